@@ -41,8 +41,9 @@ def test_every_other_example_is_a_patch_that_leaves_a_document():
 
 
 def test_the_examples_in_the_text_are_what_they_are_said_to_be():
-    blocks = re.findall(r"```json\n(.*?)```", tree.text("docs/state.md"), re.DOTALL)
-    document, patch = map(json.loads, blocks)
+    first, document, patch = (json.loads(block) for page in ("README.md", "docs/state.md")
+                              for block in re.findall(r"```json\n(.*?)```", tree.text(page), re.DOTALL))
+    DOCUMENT.validate(first)
     DOCUMENT.validate(document)
     PATCH.validate(patch)
     assert not DOCUMENT.is_valid(patch), "a patch with null is not a document"

@@ -27,13 +27,15 @@ function(mplste_target name)
   endif()
 endfunction()
 
-# mplste_test(NAME SOURCES... LIBS...): a GoogleTest program; each of its cases is a CTest test.
+# mplste_test(NAME LIBS...): a GoogleTest program of the sources in tests/ beside the code; each of its cases is a
+# CTest test.
 function(mplste_test name)
-  if(NOT MPLSTE_TESTS)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*.cpp)
+  if(NOT MPLSTE_TESTS OR NOT sources)
     return()
   endif()
-  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
-  add_executable(${name} ${arg_SOURCES})
+  cmake_parse_arguments(arg "" "" "LIBS" ${ARGN})
+  add_executable(${name} ${sources})
   mplste_target(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
@@ -41,3 +43,11 @@ endfunction()
 if(MPLSTE_TESTS)
   include(GoogleTest)
 endif()
+
+# mplste_module_part(NAME): an object library of the module. Hidden by default: the module exports what its export
+# list names, and tests link the objects directly.
+function(mplste_module_part name)
+  mplste_target(${name})
+  set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_link_libraries(${name} PUBLIC mplste_runtime)
+endfunction()

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "substrate/flo/InputStateMachine.h"
+
+#include "substrate/trel/Assert.h"
+
+namespace Flo::Gen {
+
+void InputStateMachine::handleInitialized() {
+   if (control().isSynchronous()) {
+      scan();
+   } else {
+      doInitializeTask();
+   }
+}
+
+void InputStateMachine::doInitializeTask() {
+   task_ = Vel::makePtr<Orb::Task>(control().scheduler(), control().taskPriority, taskName(),
+                                   [this](Orb::Task&) { scan(); });
+   task_->scheduleTask();
+}
+
+void InputStateMachine::scan() {
+   // What an event sets off may drop the last reference to this machine.
+   Vel::Ptr<InputStateMachine> const keep(this);
+   if (!doInputScan()) {
+      task_->scheduleTask();
+      return;
+   }
+   task_ = nullptr;
+   inputScanComplete();
+}
+
+bool InputStateMachine::shouldYield() const {
+   InputStateMachine const& machine = top();
+   return machine.task_ && !machine.inReactor_ && machine.task_->taskShouldYield();
+}
+
+SmControl const& InputStateMachine::control() const {
+   Trel::fmassert(parent_ != nullptr, "a top machine has a control of its own");
+   return parent_->control();
+}
+
+std::string InputStateMachine::taskName() const { return std::string(className()) + "InputScanTask"; }
+
+}  // namespace Flo::Gen

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#include "substrate/orb/TaskScheduler.h"
+
+#include <algorithm>
+
+namespace Orb {
+
+Vel::Ptr<TaskScheduler> TaskSchedulerRoot::findOrCreateScheduler() {
+   thread_local auto const scheduler = Vel::makePtr<TaskScheduler>();
+   return scheduler;
+}
+
+void TaskScheduler::enqueue(Task& task) {
+   auto& queue = queues_[task.priority_];
+   // A task that yields keeps its turn: it goes on in the next slice before those behind it begin.
+   if (&task == running_) {
+      queue.push_front(&task);
+   } else {
+      queue.push_back(&task);
+   }
+   task.queued_ = true;
+   if (++queued_ == 1 && !running_ && wake_) wake_();
+}
+
+void TaskScheduler::dequeue(Task& task) {
+   std::erase(queues_[task.priority_], &task);
+   task.queued_ = false;
+   --queued_;
+}
+
+bool TaskScheduler::runNext() {
+   auto const found = std::ranges::find_if(queues_, [](auto const& entry) { return !entry.second.empty(); });
+   if (found == queues_.end()) return false;
+   // The task may drop the last reference to itself or to this scheduler.
+   Vel::Ptr<Task> const task(found->second.front());
+   Vel::Ptr<TaskScheduler> const keep(this);
+   dequeue(*task);
+   Task* const outer = std::exchange(running_, task.get());
+   task->work_(*task);
+   running_ = outer;
+   return true;
+}
+
+void TaskScheduler::runSlice(std::chrono::microseconds budget) {
+   sliceEnd_ = std::chrono::steady_clock::now() + budget;
+   while (runNext() && std::chrono::steady_clock::now() < sliceEnd_) {
+   }
+   sliceEnd_ = std::chrono::steady_clock::time_point::max();
+}
+
+void TaskScheduler::runAll() {
+   while (runNext()) {
+   }
+}
+
+bool TaskScheduler::mustYield() const {
+   if (yieldPolicy_) return yieldPolicy_();
+   return sliceEnd_ != std::chrono::steady_clock::time_point::max() && std::chrono::steady_clock::now() >= sliceEnd_;
+}
+
+Task::Task(Vel::Ptr<TaskScheduler> scheduler, TaskPriority priority, std::string name, Work work)
+      : scheduler_(std::move(scheduler)), priority_(priority), name_(std::move(name)), work_(std::move(work)) {}
+
+Task::~Task() { cancelTask(); }
+
+void Task::scheduleTask() {
+   if (!queued_) scheduler_->enqueue(*this);
+}
+
+void Task::cancelTask() {
+   if (queued_) scheduler_->dequeue(*this);
+}
+
+bool Task::taskShouldYield() const { return taskCurrentlyRunning() && scheduler_->mustYield(); }
+
+}  // namespace Orb

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <tsl/hopscotch_set.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "substrate/vel/Hasher.h"
+
+namespace Vel {
+
+/// A hash map that keeps insertion order: a dense vector of entries, in order of insertion, with a hash index over it
+/// once it has more than a handful of them (a small map costs one allocation).
+///
+/// Every entry has a number, never used again, that grows in order of insertion. It makes iteration robust and gives
+/// scans their bookmark: an iterator goes on behind the last number that it visited, whatever was inserted, erased or
+/// moved meanwhile. No entry is visited twice, no entry that stays is missed, entries inserted on the way are visited.
+///
+/// References to keys and values hold until the next insertion or erasure.
+template <class K, class V>
+class HashMap2018 {
+ public:
+   struct Entry {
+      K key;
+      V value;
+   };
+   /// The number of an entry; 0 stands before all of them.
+   using Bookmark = std::uint64_t;
+
+   HashMap2018() = default;
+   HashMap2018(HashMap2018 const&) = delete;
+   HashMap2018& operator=(HashMap2018 const&) = delete;
+
+   class Iterator {
+    public:
+      Entry const& operator*() const { return slot().entry; }
+      Entry const* operator->() const { return &slot().entry; }
+      /// Where a scan that stops behind this entry goes on later (`HashMap2018::after`).
+      Bookmark bookmark() const { return number_; }
+
+      Iterator& operator++() {
+         settle(map_->positionAfter(number_, position_));
+         return *this;
+      }
+      /// Iterators at the end are equal; others by entry.
+      bool operator==(Iterator const& other) const { return number_ == other.number_; }
+
+    private:
+      friend class HashMap2018;
+      Iterator(HashMap2018 const* map, std::size_t position) : map_(map) { settle(position); }
+
+      void settle(std::size_t position) {
+         position_ = position;
+         number_ = position < map_->slots_.size() ? map_->slots_[position].number : kEnd;
+      }
+      auto const& slot() const { return map_->slots_[map_->positionOf(number_, position_)]; }
+
+      static constexpr Bookmark kEnd = ~Bookmark{0};
+      HashMap2018 const* map_;
+      std::size_t position_ = 0;
+      Bookmark number_ = kEnd;
+   };
+
+   std::size_t size() const { return live_; }
+   bool empty() const { return live_ == 0; }
+
+   /// The value of `key`, or null.
+   V const* find(K const& key) const {
+      std::size_t const position = locate(key);
+      return position == kAbsent ? nullptr : &slots_[position].entry.value;
+   }
+   V* find(K const& key) { return const_cast<V*>(std::as_const(*this).find(key)); }
+   bool contains(K const& key) const { return locate(key) != kAbsent; }
+   /// The value of `key`, or a default-made one.
+   V operator[](K const& key) const {
+      V const* const value = find(key);
+      return value ? *value : V{};
+   }
+
+   /// Inserts or overwrites; true when the key is new.
+   bool insertOrAssign(K const& key, V value) {
+      if (V* const existing = find(key)) {
+         // The old value is destroyed only after the new one is in place.
+         [[maybe_unused]] V const old = std::exchange(*existing, std::move(value));
+         return false;
+      }
+      slots_.push_back(Slot{nextNumber_++, true, Entry{key, std::move(value)}});
+      ++live_;
+      if (index_) {
+         index_->insert(static_cast<Position>(slots_.size() - 1));
+      } else if (slots_.size() > kUnindexed) {
+         reindex();
+      }
+      return true;
+   }
+
+   /// True when there was such a key.
+   bool erase(K const& key) {
+      std::size_t const position = locate(key);
+      if (position == kAbsent) return false;
+      if (index_) index_->erase(static_cast<Position>(position));
+      // The entry is destroyed only after the map is in order again: its destruction may come back to this map.
+      [[maybe_unused]] Entry const removed = std::exchange(slots_[position].entry, Entry{});
+      slots_[position].alive = false;
+      --live_;
+      compactMaybe();
+      return true;
+   }
+
+   void clear() {
+      [[maybe_unused]] std::vector<Slot> const removed = std::exchange(slots_, {});
+      index_.reset();
+      live_ = 0;
+   }
+
+   Iterator begin() const { return Iterator(this, skipDead(0)); }
+   Iterator end() const { return Iterator(this, slots_.size()); }
+   /// The first entry behind `bookmark`.
+   Iterator after(Bookmark bookmark) const { return Iterator(this, positionAfter(bookmark, slots_.size())); }
+
+ private:
+   using Position = std::uint32_t;
+   struct Slot {
+      std::uint64_t number : 63;
+      std::uint64_t alive : 1;
+      Entry entry;
+   };
+   // A key type that is itself a Position could not be told from one: its keys are wrapped for the look-up.
+   struct KeyView {
+      K const& key;
+   };
+   struct Hash {
+      HashMap2018 const* map;
+      std::size_t operator()(Position position) const { return hashOf(map->slots_[position].entry.key); }
+      std::size_t operator()(KeyView view) const { return hashOf(view.key); }
+   };
+   struct Equal {
+      using is_transparent = void;
+      HashMap2018 const* map;
+      bool operator()(Position a, Position b) const { return a == b; }
+      bool operator()(Position a, KeyView view) const { return map->slots_[a].entry.key == view.key; }
+      bool operator()(KeyView view, Position a) const { return map->slots_[a].entry.key == view.key; }
+   };
+   using Index = tsl::hopscotch_set<Position, Hash, Equal>;
+
+   static constexpr std::size_t kAbsent = ~std::size_t{0};
+   static constexpr std::size_t kUnindexed = 8;
+
+   std::size_t locate(K const& key) const {
+      if (index_) {
+         auto const found = index_->find(KeyView{key});
+         return found == index_->end() ? kAbsent : *found;
+      }
+      for (std::size_t position = 0; position < slots_.size(); ++position) {
+         if (slots_[position].alive && slots_[position].entry.key == key) return position;
+      }
+      return kAbsent;
+   }
+
+   std::size_t skipDead(std::size_t position) const {
+      while (position < slots_.size() && !slots_[position].alive) ++position;
+      return position;
+   }
+
+   /// Position of the slot with this number; `guess` is where it was last.
+   std::size_t positionOf(Bookmark number, std::size_t guess) const {
+      if (guess < slots_.size() && slots_[guess].number == number) return guess;
+      auto const byNumber = [](Slot const& slot, Bookmark wanted) { return slot.number < wanted; };
+      return std::lower_bound(slots_.begin(), slots_.end(), number, byNumber) - slots_.begin();
+   }
+
+   std::size_t positionAfter(Bookmark number, std::size_t guess) const {
+      std::size_t position = positionOf(number, guess);
+      if (position < slots_.size() && slots_[position].number == number) ++position;
+      return skipDead(position);
+   }
+
+   void compactMaybe() {
+      if (slots_.size() - live_ <= std::max(live_, kUnindexed)) return;
+      std::erase_if(slots_, [](Slot const& slot) { return !slot.alive; });
+      slots_.shrink_to_fit();
+      index_.reset();
+      if (slots_.size() > kUnindexed) reindex();
+   }
+
+   void reindex() {
+      index_ = std::make_unique<Index>(slots_.size() * 2, Hash{this}, Equal{this});
+      for (std::size_t position = 0; position < slots_.size(); ++position) {
+         if (slots_[position].alive) index_->insert(static_cast<Position>(position));
+      }
+   }
+
+   std::vector<Slot> slots_;
+   std::unique_ptr<Index> index_;
+   std::size_t live_ = 0;
+   Bookmark nextNumber_ = 1;
+};
+
+}  // namespace Vel

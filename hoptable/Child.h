@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+/// How a level of the hop chain sets and removes the level below it.
+#pragma once
+
+#include "substrate/vel/Ptr.h"
+
+namespace MplsSnmp {
+
+/// Takes the child out and retires it: its hop rows are gone when this returns, whoever still holds it.
+template <class Child>
+void childDel(Vel::Ptr<Child>& slot) {
+   Vel::Ptr<Child> const old = std::exchange(slot, nullptr);
+   if (!old) return;
+   old->hasNotificationActiveIs(false);
+   old->retire();
+}
+
+/// Keeps the child that was built from the very same inputs. Otherwise a new one is complete before the old one goes.
+/// `build` is the child's static constructor.
+template <class Child, class... Inputs>
+Vel::Ptr<Child> childIs(Vel::Ptr<Child>& slot, Vel::Ptr<Child> (*build)(Inputs...),
+                        std::type_identity_t<Inputs>... inputs) {
+   if (slot && slot->isBuiltFrom(inputs...)) return slot;
+   Vel::Ptr<Child> old = slot;
+   Vel::Ptr<Child> const child = build(inputs...);
+   if (slot != old) {
+      // Writing the first rows set off a change that has already brought a later child.
+      old = child;
+   } else {
+      slot = child;
+   }
+   if (old) {
+      // The rows of both have the same index: the one that goes takes away what the one that stays has written.
+      old->hasNotificationActiveIs(false);
+      old->retire();
+      if (Vel::Ptr<Child> const current = slot) current->maybeAddMibEntries();
+   }
+   return slot;
+}
+
+}  // namespace MplsSnmp

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "hoptable/HopTableHelper.h"
+
+#include <array>
+
+#include "hoptable/Types.h"
+#include "substrate/vel/Generic.h"
+#include "substrate/vel/Mutators.h"
+
+namespace MplsSnmp {
+
+namespace {
+
+using Helper = HopTableHelper;
+
+constexpr std::string_view kTypeName = "MplsSnmp::HopTableHelper";
+constexpr std::string_view kEntries = "pathSpecCollTableSm";
+
+constexpr std::array kAttributes{Vel::AttributeInfo{
+      .id = Helper::attrPathSpecCollTableSm,
+      .name = kEntries,
+      .get = Vel::Generic::method<static_cast<Vel::Ptr<PathSpecCollTableSm> (Helper::*)(std::uint32_t) const>(
+            &Helper::pathSpecCollTableSm)>,
+      .set = Vel::Generic::method<&Helper::pathSpecCollTableSmIs>,
+      .del = Vel::Generic::method<&Helper::pathSpecCollTableSmDel>,
+      .keys = Vel::Generic::keys<Helper, static_cast<Helper::Entries const& (Helper::*)() const>(
+                                               &Helper::pathSpecCollTableSm)>}};
+
+template <class T>
+void refuseNull(Vel::Ptr<T> const& input, std::string_view argument) {
+   if (!input) Vel::throwMutatorArgNullPointerException(kTypeName, kEntries, argument);
+}
+
+template <class T>
+void refuseOther(Vel::Ptr<T> const& existing, Vel::Ptr<T> const& input, std::string_view argument) {
+   if (existing != input) Vel::throwMutatorReinstantiating(kTypeName, kEntries, argument);
+}
+
+}  // namespace
+
+Vel::TypeInfo const& HopTableHelper::typeInfo() {
+   static constexpr Vel::TypeInfo type{.name = kTypeName,
+                                       .attributes = kAttributes,
+                                       .construct = Vel::Generic::constructor<&HopTableHelper::HopTableHelperIs>};
+   return type;
+}
+
+std::span<Vel::TypeInfo const* const> hopTableHelperTypes() {
+   static std::array<Vel::TypeInfo const*, 1> const types{&HopTableHelper::typeInfo()};
+   return types;
+}
+
+Vel::Ptr<HopTableHelper> HopTableHelper::HopTableHelperIs() {
+   Vel::Ptr<HopTableHelper> const helper(new HopTableHelper);
+   helper->hasNotificationActiveIs(true);
+   return helper;
+}
+
+Vel::Ptr<HopTableHelper> hopTableHelperFactory() { return HopTableHelper::HopTableHelperIs(); }
+
+HopTableHelper::~HopTableHelper() { pathSpecCollTableSmDelAll(); }
+
+Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmIs(std::uint32_t hopTableIndex,
+                                                                    LerConfigPtr const& lerConfig,
+                                                                    SubTunnelStatusPtr const& subTunnelStatus,
+                                                                    SubTunnelConfigPtr const& subTunnelConfig,
+                                                                    MplsTeMibPtr const& mplsTeMib) {
+   refuseNull(lerConfig, "lerConfig");
+   refuseNull(subTunnelStatus, "subTunnelStatus");
+   refuseNull(subTunnelConfig, "subTunnelConfig");
+   refuseNull(mplsTeMib, "mplsTeMib");
+   if (auto const existing = pathSpecCollTableSm(hopTableIndex)) {
+      refuseOther(existing->lerConfig(), lerConfig, "lerConfig");
+      refuseOther(existing->subTunnelStatus(), subTunnelStatus, "subTunnelStatus");
+      refuseOther(existing->subTunnelConfig(), subTunnelConfig, "subTunnelConfig");
+      refuseOther(existing->mplsTeMib(), mplsTeMib, "mplsTeMib");
+      return existing;
+   }
+   auto const entry = pathSpecCollTableSmFactory(hopTableIndex, lerConfig, subTunnelStatus, subTunnelConfig, mplsTeMib);
+   Vel::setMember(*this, attrPathSpecCollTableSm, pathSpecCollTableSm_, hopTableIndex, entry);
+   return entry;
+}
+
+Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmDel(std::uint32_t hopTableIndex) {
+   auto const entry = Vel::delMember(*this, attrPathSpecCollTableSm, pathSpecCollTableSm_, hopTableIndex);
+   if (entry) {
+      entry->hasNotificationActiveIs(false);
+      entry->retire();
+   }
+   return entry;
+}
+
+void HopTableHelper::pathSpecCollTableSmDelAll() {
+   while (!pathSpecCollTableSm_.empty()) pathSpecCollTableSmDel(pathSpecCollTableSm_.begin()->key);
+}
+
+}  // namespace MplsSnmp

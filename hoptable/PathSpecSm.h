@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "hoptable/Inputs.h"
+#include "substrate/vel/Reactor.h"
+
+namespace MplsSnmp {
+
+/// The last level of a tunnel's hop chain: keeps the rows of mplsTunnelHopTable of one hop list equal to the hops of
+/// the tunnel's active path, while the path spec in use (primary or secondary) exists. Rows are never edited: every
+/// relevant change deletes all rows of the index and writes them anew.
+class PathSpecSm : public Vel::PtrInterface {
+ public:
+   class VelPathSpecColl;
+   class VelSubTunnelStatus;
+   class VelSubTunnelConfig;
+
+   Vel::TypeInfo const& fwkType() const override;
+
+   /// A new level with notifications on, its rows written.
+   /// REQUIRES: `subTunnelStatus`, `subTunnelConfig` and `mplsTeMib` are not null.
+   static Vel::Ptr<PathSpecSm> PathSpecSmIs(std::uint32_t hopTableIndex, PathSpecCollPtr const& pathSpecColl,
+                                            SubTunnelStatusPtr const& subTunnelStatus,
+                                            SubTunnelConfigPtr const& subTunnelConfig, MplsTeMibPtr const& mplsTeMib);
+   /// Deletes every row of the index, unless that was done when the object was retired.
+   ~PathSpecSm() override;
+
+   std::uint32_t hopTableIndex() const { return hopTableIndex_; }
+   PathSpecCollPtr pathSpecColl() const;
+   SubTunnelStatusPtr subTunnelStatus() const;
+   SubTunnelConfigPtr subTunnelConfig() const;
+   MplsTeMibPtr const& mplsTeMib() const { return mplsTeMib_; }
+   /// The path spec in use; null until one matches.
+   PathSpecPtr const& pathSpec() const { return pathSpec_; }
+   Rsvp::RsvpLerPath const& activePath() const { return activePath_; }
+   Vel::Ptr<VelPathSpecColl> const& velPathSpecColl() const { return velPathSpecColl_; }
+   Vel::Ptr<VelSubTunnelStatus> const& velSubTunnelStatus() const { return velSubTunnelStatus_; }
+   Vel::Ptr<VelSubTunnelConfig> const& velSubTunnelConfig() const { return velSubTunnelConfig_; }
+   bool isBuiltFrom(std::uint32_t hopTableIndex, PathSpecCollPtr const& pathSpecColl,
+                    SubTunnelStatusPtr const& subTunnelStatus, SubTunnelConfigPtr const& subTunnelConfig,
+                    MplsTeMibPtr const& mplsTeMib) const;
+
+   /// Whether the active LSP was signalled for the primary path spec; also when there is none.
+   bool usingPrimary() const;
+
+   void hasNotificationActiveIs(bool active) override;
+   /// Deletes the rows and ends the object for good: it writes no row any more, whoever still holds it.
+   void retire();
+
+   void handleInitialized();
+   void handlePathSpec();
+   void handlePathSpec(Rsvp::RsvpLerPathSpecId const& pathSpecId);
+   void handlePrimaryPathSpecId();
+   void handleSecondaryPathSpecId();
+   void handleActivePath();
+   void handleDel();
+
+   /// Writes one row per hop of the active path when the path spec in use is known. Deletes nothing.
+   void maybeAddMibEntries();
+   /// Deletes every row of the index, whoever wrote it.
+   void cleanupMibEntries();
+
+ private:
+   PathSpecSm(std::uint32_t hopTableIndex, PathSpecCollPtr const& pathSpecColl,
+              SubTunnelStatusPtr const& subTunnelStatus, SubTunnelConfigPtr const& subTunnelConfig,
+              MplsTeMibPtr mplsTeMib);
+
+   Rsvp::RsvpLerPathSpecId const& pathSpecIdInUse() const;
+   void pathSpecForget();
+
+   std::uint32_t hopTableIndex_;
+   std::uint32_t rewrites_ = 0;  // grows whenever the rows are to be written anew; tells a walk that it is outdated
+   Vel::Ptr<VelPathSpecColl> velPathSpecColl_;
+   Vel::Ptr<VelSubTunnelStatus> velSubTunnelStatus_;
+   Vel::Ptr<VelSubTunnelConfig> velSubTunnelConfig_;
+   MplsTeMibPtr mplsTeMib_;
+   PathSpecPtr pathSpec_;
+   Rsvp::RsvpLerPath activePath_;
+};
+
+class PathSpecSm::VelPathSpecColl
+      : public Vel::Reactor<VelPathSpecColl, PathSpecSm, Rsvp::RsvpLerPathSpecCollForSource> {
+ public:
+   using Reactor::Reactor;
+   void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const* key) {
+      if (attribute == Rsvp::RsvpLerPathSpecCollForSource::attrPathSpec) {
+         owner.handlePathSpec(*static_cast<Rsvp::RsvpLerPathSpecId const*>(key));
+      }
+   }
+};
+
+class PathSpecSm::VelSubTunnelStatus
+      : public Vel::Reactor<VelSubTunnelStatus, PathSpecSm, Rsvp::RsvpLerSubTunnelStatus> {
+ public:
+   using Reactor::Reactor;
+   void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const*) {
+      if (attribute == Rsvp::RsvpLerSubTunnelStatus::attrActivePath) owner.handleActivePath();
+   }
+   void handleNotifier(PathSpecSm& owner) { owner.handleActivePath(); }
+};
+
+class PathSpecSm::VelSubTunnelConfig
+      : public Vel::Reactor<VelSubTunnelConfig, PathSpecSm, Rsvp::RsvpLerSubTunnelConfig> {
+ public:
+   using Reactor::Reactor;
+   void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const*) {
+      if (attribute == Rsvp::RsvpLerSubTunnelConfig::attrPrimaryPathSpecId) owner.handlePrimaryPathSpecId();
+      if (attribute == Rsvp::RsvpLerSubTunnelConfig::attrSecondaryPathSpecId) owner.handleSecondaryPathSpecId();
+   }
+   void handleNotifier(PathSpecSm& owner) {
+      owner.handlePrimaryPathSpecId();
+      owner.handleSecondaryPathSpecId();
+   }
+};
+
+}  // namespace MplsSnmp

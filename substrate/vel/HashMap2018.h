@@ -20,6 +20,7 @@ namespace Vel {
 /// Every entry has a number, never used again, that grows in order of insertion. It makes iteration robust and gives
 /// scans their bookmark: an iterator goes on behind the last number that it visited, whatever was inserted, erased or
 /// moved meanwhile. No entry is visited twice, no entry that stays is missed, entries inserted on the way are visited.
+/// An iterator whose entry has been erased may be advanced and asked for its bookmark, but not dereferenced.
 ///
 /// References to keys and values hold until the next insertion or erasure.
 template <class K, class V>
@@ -33,6 +34,8 @@ class HashMap2018 {
    using Bookmark = std::uint64_t;
 
    HashMap2018() = default;
+   /// Values find the map empty when they are destroyed with it.
+   ~HashMap2018() { clear(); }
    HashMap2018(HashMap2018 const&) = delete;
    HashMap2018& operator=(HashMap2018 const&) = delete;
 
@@ -93,8 +96,10 @@ class HashMap2018 {
       ++live_;
       if (index_) {
          index_->insert(static_cast<Position>(slots_.size() - 1));
-      } else if (slots_.size() > kUnindexed) {
+      } else if (live_ > kUnindexed) {
          reindex();
+      } else if (slots_.size() > kUnindexed) {
+         compact();
       }
       return true;
    }
@@ -108,7 +113,11 @@ class HashMap2018 {
       [[maybe_unused]] Entry const removed = std::exchange(slots_[position].entry, Entry{});
       slots_[position].alive = false;
       --live_;
-      compactMaybe();
+      if (position == firstLive_) firstLive_ = static_cast<Position>(skipDead(position));
+      if (slots_.size() - live_ > std::max<std::size_t>(live_, kUnindexed)) {
+         compact();
+         slots_.shrink_to_fit();
+      }
       return true;
    }
 
@@ -116,9 +125,10 @@ class HashMap2018 {
       [[maybe_unused]] std::vector<Slot> const removed = std::exchange(slots_, {});
       index_.reset();
       live_ = 0;
+      firstLive_ = 0;
    }
 
-   Iterator begin() const { return Iterator(this, skipDead(0)); }
+   Iterator begin() const { return Iterator(this, firstLive_); }
    Iterator end() const { return Iterator(this, slots_.size()); }
    /// The first entry behind `bookmark`.
    Iterator after(Bookmark bookmark) const { return Iterator(this, positionAfter(bookmark, slots_.size())); }
@@ -180,10 +190,10 @@ class HashMap2018 {
       return skipDead(position);
    }
 
-   void compactMaybe() {
-      if (slots_.size() - live_ <= std::max(live_, kUnindexed)) return;
+   /// Drops the slots of erased entries.
+   void compact() {
       std::erase_if(slots_, [](Slot const& slot) { return !slot.alive; });
-      slots_.shrink_to_fit();
+      firstLive_ = 0;
       index_.reset();
       if (slots_.size() > kUnindexed) reindex();
    }
@@ -197,8 +207,18 @@ class HashMap2018 {
 
    std::vector<Slot> slots_;
    std::unique_ptr<Index> index_;
-   std::size_t live_ = 0;
+   Position live_ = 0;
+   Position firstLive_ = 0;  // no slot before it is alive
    Bookmark nextNumber_ = 1;
 };
+
+/// The value of a set's members.
+struct Unit {
+   bool operator==(Unit const&) const = default;
+};
+
+/// A hash map used as a set.
+template <class K>
+using HashSet2018 = HashMap2018<K, Unit>;
 
 }  // namespace Vel

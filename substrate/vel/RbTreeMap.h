@@ -99,8 +99,12 @@ class RbTreeMap {
       return true;
    }
    void clear() {
-      if (!empty()) ++modifications_;
-      tree_.clear_and_dispose([](Node* node) { node->deleteRef(); });
+      if (empty()) return;
+      ++modifications_;
+      // The nodes are destroyed only after the map is empty: their values may come back to this map.
+      Tree removed;
+      removed.swap(tree_);
+      removed.clear_and_dispose([](Node* node) { node->deleteRef(); });
    }
 
    /// Goes on at the next greater key when entries come or go on the way.

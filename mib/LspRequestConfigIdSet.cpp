@@ -11,7 +11,7 @@ Vel::TypeInfo const& LspRequestConfigIdSet::typeInfo() {
 }
 
 void LspRequestConfigIdSet::lrciSetIs(Rsvp::RsvpLerLspRequestConfigId const& id) {
-   Vel::setMember(*this, attrLrciSet, lrciSet_, id, Present());
+   Vel::setMember(*this, attrLrciSet, lrciSet_, id, Vel::Unit());
 }
 
 void LspRequestConfigIdSet::lrciSetDel(Rsvp::RsvpLerLspRequestConfigId const& id) {

@@ -11,10 +11,7 @@ namespace MplsSnmp {
 class LspRequestConfigIdSet : public Vel::PtrInterface {
  public:
    enum : Vel::AttributeId { attrLrciSet = 1 };
-   struct Present {
-      bool operator==(Present const&) const = default;
-   };
-   using Set = Vel::HashMap2018<Rsvp::RsvpLerLspRequestConfigId, Present>;
+   using Set = Vel::HashSet2018<Rsvp::RsvpLerLspRequestConfigId>;
 
    static Vel::TypeInfo const& typeInfo();
    Vel::TypeInfo const& fwkType() const override { return typeInfo(); }

@@ -22,7 +22,12 @@ void InputStateMachine::doInitializeTask() {
 void InputStateMachine::scan() {
    // What an event sets off may drop the last reference to this machine.
    Vel::Ptr<InputStateMachine> const keep(this);
-   if (!doInputScan()) {
+   bool const done = isMarkedForDeletion() || doInputScan();
+   if (isMarkedForDeletion()) {
+      task_ = nullptr;
+      return;
+   }
+   if (!done) {
       task_->scheduleTask();
       return;
    }

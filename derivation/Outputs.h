@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "derivation/Join.h"
+#include "derivation/LocalAttrStore.h"
+#include "derivation/OutputKeys.h"
+#include "derivation/StreamTexts.h"
+#include "hoptable/HopTableHelper.h"
+#include "inputs/rsvp/LerConfig.h"
+#include "inputs/tallies/CounterTable.h"
+#include "mib/MplsTeMib.h"
+#include "mib/MplsTunnelTableEntryRsvp.h"
+#include "substrate/orb/TaskScheduler.h"
+
+namespace MplsSnmp {
+
+/// One output of the derivation: what was written to it during the initial scan, and how far the removal of what was
+/// not has come (its reconciliation).
+template <class Key, class Bookmark>
+struct Output {
+   std::string_view name;
+   bool reconciling = true;
+   bool useBookmark = false;
+   bool ready = false;
+   Bookmark bookmark{};
+   Vel::HashSet2018<Key> seen{};
+   Vel::Ptr<Orb::Task> reconciliationTask{};
+
+   /// Remembers a key that was written while the scan is under way.
+   void see(Key const& key) {
+      if (reconciling) seen.insertOrAssign(key, Vel::Unit());
+   }
+};
+
+/// The three outputs and the statements that write them.
+class Outputs {
+ public:
+   Outputs(Vel::Ptr<MplsTeMib> mib, Vel::Ptr<HopTableHelper> hopTableHelper,
+           Vel::Ptr<Rsvp::RsvpLerConfig const> lerConfig, Vel::Ptr<Rsvp::RsvpLerHiveStatus const> lerStatus,
+           Vel::Ptr<Tallies::CounterTable const> counterTable)
+         : mib_(std::move(mib)),
+           hopTableHelper_(std::move(hopTableHelper)),
+           lerConfig_(std::move(lerConfig)),
+           lerStatus_(std::move(lerStatus)),
+           counterTable_(std::move(counterTable)) {}
+
+   /// lspReqConfIdsForSpId[ spId ].lrciSet[ id ]
+   void putRequest(LocalAttrStore& store, Rsvp::RsvpSpId const& spId, Rsvp::RsvpLerLspRequestConfigId const& id);
+   void deleteRequest(LocalAttrStore& store, Rsvp::RsvpSpId const& spId, Rsvp::RsvpLerLspRequestConfigId const& id);
+
+   /// The row and the hop entry of a joined LSP. A row over the very same inputs stays, with its index and hop entry;
+   /// any other row under the key goes first. Without a free hop index there is no row.
+   void putRow(StreamTexts const& texts, MplsTunnelTableKey const& key, Join const& join);
+   /// Releases the hop index, then removes the hop entry (and so the hop rows), then the row.
+   void deleteRow(MplsTunnelTableKey const& key);
+
+   /// Whether the row is over exactly the joined inputs and those that every row of this derivation has.
+   bool isRowOf(MplsTunnelTableEntry const& row, Join const& join) const;
+
+   MplsTeMib& mib() const { return *mib_; }
+   HopTableHelper& hopTableHelper() const { return *hopTableHelper_; }
+
+   Output<LspReqConfIdsForSpIdLrciSetOutputKeyType, std::uint64_t> lspReqConfIdsForSpIdLrciSetOutput{
+         .name = "lspReqConfIdsForSpIdLrciSetOutput"};
+   Output<MibMplsTunnelTableOutputKeyType, Vel::Optional<MplsTunnelTableKey>> mibMplsTunnelTableOutput{
+         .name = "mibMplsTunnelTableOutput"};
+   Output<HopTableHelperPathSpecCollTableSmOutputKeyType, std::uint64_t> hopTableHelperPathSpecCollTableSmOutput{
+         .name = "hopTableHelperPathSpecCollTableSmOutput"};
+
+ private:
+   void putHopEntry(std::uint32_t hopIndex, Join const& join);
+
+   Vel::Ptr<MplsTeMib> mib_;
+   Vel::Ptr<HopTableHelper> hopTableHelper_;
+   Vel::Ptr<Rsvp::RsvpLerConfig const> lerConfig_;
+   Vel::Ptr<Rsvp::RsvpLerHiveStatus const> lerStatus_;
+   Vel::Ptr<Tallies::CounterTable const> counterTable_;
+};
+
+/// A row as the MIB's table holds it. Asserts that it is one; `number` is that of the stream's cast.
+Vel::Ptr<MplsTunnelTableEntry const> asTunnelTableEntry(Vel::Ptr<Vel::PtrInterface const> const& row, int number);
+
+}  // namespace MplsSnmp

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+// Start, end and state of the derivation. The pipelines are in Streams.cpp, the reconciliation in Reconciliation.cpp.
+#include "derivation/RsvpSnmpSubTunnelStatusSm.h"
+
+#include <array>
+
+#include "derivation/Types.h"
+#include "substrate/trel/Assert.h"
+#include "substrate/vel/Generic.h"
+
+namespace MplsSnmp {
+
+namespace {
+
+using Sm = RsvpSnmpSubTunnelStatusSm;
+
+void assertArgument(bool present, std::string_view name) {
+   if (!present) {
+      Trel::fmassert(false,
+                     fmt::format("{}() && \"Pointer SM args cannot be null unless they are marked Optional\"", name));
+   }
+}
+
+/// The text that says which scan is still awaited, in the order in which they are looked at.
+struct ScanText {
+   bool InputSmScanState::*scan;
+   std::string_view text;
+};
+constexpr std::array kScanTexts{ScanText{&InputSmScanState::stsStreamScan, " stsStream scan is false"},
+                                ScanText{&InputSmScanState::stcStreamScan, " stcStream scan is false"},
+                                ScanText{&InputSmScanState::initStreamScan, " initStream scan is false"},
+                                ScanText{&InputSmScanState::lrsStreamScan, " lrsStream scan is false"},
+                                ScanText{&InputSmScanState::spsStreamScan, " spsStream scan is false"},
+                                ScanText{&InputSmScanState::spidStreamScan, " spidStream scan is false"}};
+
+constexpr std::array kAttributes{
+      Vel::AttributeInfo{
+            .id = Sm::attrInitialized, .name = "initialized", .get = Vel::Generic::method<&Sm::initialized>},
+      Vel::AttributeInfo{.id = Sm::attrInitialScanDone,
+                         .name = "initialScanDone",
+                         .get = Vel::Generic::method<&Sm::initialScanDone>},
+      Vel::AttributeInfo{.id = Sm::attrFloControl,
+                         .name = "floControl",
+                         .get = Vel::Generic::method<&Sm::floControl>,
+                         .set = Vel::Generic::method<&Sm::floControlIs>},
+      Vel::AttributeInfo{.name = "idle", .invoke = Vel::Generic::method<&Sm::idle>},
+      Vel::AttributeInfo{.name = "doDeleteAll", .invoke = Vel::Generic::method<&Sm::doDeleteAll>}};
+
+}  // namespace
+
+Trel::DebugHandler const& debugHandler() {
+   static Trel::DebugHandler const& handler = Trel::Platform::getDebugHandler("RsvpSnmpSm");
+   return handler;
+}
+
+Vel::TypeInfo const& RsvpSnmpSubTunnelStatusSm::typeInfo() {
+   static constexpr Vel::TypeInfo type{
+         .name = "MplsSnmp::RsvpSnmpSubTunnelStatusSm",
+         .attributes = kAttributes,
+         .construct = Vel::Generic::constructor<&RsvpSnmpSubTunnelStatusSm::RsvpSnmpSubTunnelStatusSmIs>};
+   return type;
+}
+
+std::span<Vel::TypeInfo const* const> rsvpSnmpSubTunnelStatusSmTypes() {
+   static std::array<Vel::TypeInfo const*, 1> const types{&RsvpSnmpSubTunnelStatusSm::typeInfo()};
+   return types;
+}
+
+Vel::Ptr<RsvpSnmpSubTunnelStatusSm> RsvpSnmpSubTunnelStatusSm::RsvpSnmpSubTunnelStatusSmIs(
+      Vel::Ptr<MplsTeMib> const& mib, Vel::Ptr<HopTableHelper> const& hopTableHelper,
+      Vel::Ptr<Rsvp::RsvpLerConfig const> const& rsvpLerConfig,
+      Vel::Ptr<Rsvp::RsvpLerHiveStatus const> const& rsvpLerStatus,
+      Vel::Ptr<Rsvp::RsvpKelpStatus const> const& rsvpKelpStatus,
+      Vel::Ptr<Tallies::CounterTable const> const& mplsTunnelCounterTable, Flo::SmControl const& floControl) {
+   Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const machine(new RsvpSnmpSubTunnelStatusSm(
+         mib, hopTableHelper, rsvpLerConfig, rsvpLerStatus, rsvpKelpStatus, mplsTunnelCounterTable, floControl));
+   machine->hasNotificationActiveIs(true);
+   return machine;
+}
+
+RsvpSnmpSubTunnelStatusSm::RsvpSnmpSubTunnelStatusSm(
+      Vel::Ptr<MplsTeMib> const& mib, Vel::Ptr<HopTableHelper> const& hopTableHelper,
+      Vel::Ptr<Rsvp::RsvpLerConfig const> const& rsvpLerConfig,
+      Vel::Ptr<Rsvp::RsvpLerHiveStatus const> const& rsvpLerStatus,
+      Vel::Ptr<Rsvp::RsvpKelpStatus const> const& rsvpKelpStatus,
+      Vel::Ptr<Tallies::CounterTable const> const& mplsTunnelCounterTable, Flo::SmControl const& floControl)
+      : mib_(mib),
+        hopTableHelper_(hopTableHelper),
+        rsvpLerConfig_(rsvpLerConfig),
+        rsvpLerStatus_(rsvpLerStatus),
+        rsvpKelpStatus_(rsvpKelpStatus),
+        mplsTunnelCounterTable_(mplsTunnelCounterTable),
+        floControl_(floControl),
+        inputs_{rsvpLerStatus, rsvpKelpStatus},
+        outputs_(mib, hopTableHelper, rsvpLerConfig, rsvpLerStatus, mplsTunnelCounterTable) {}
+
+RsvpSnmpSubTunnelStatusSm::~RsvpSnmpSubTunnelStatusSm() {
+   forEachInputMachine([](auto& machine) { machine.velDoZombieReactors(true); });
+}
+
+template <class Call>
+void RsvpSnmpSubTunnelStatusSm::forEachInputMachine(Call&& call) {
+   auto const visit = [&](auto const& machine) {
+      if (machine) call(*machine);
+   };
+   visit(builtinSmAttrNinitializedSm0_);
+   visit(spIdMapSm13_);
+   visit(spStatusCollSm11_);
+   visit(subTunnelConfigCollTableSm5_);
+   visit(lspRequestStatusCollTableSm8_);
+   visit(subTunnelStatusCollTableSm1_);
+}
+
+void RsvpSnmpSubTunnelStatusSm::hasNotificationActiveIs(bool active) {
+   if (active == hasNotificationActive()) return;
+   PtrInterface::hasNotificationActiveIs(active);
+   if (active && !initialized_) {
+      initialized_ = true;
+      handleInitialized();
+      visit(attrInitialized);
+   } else {
+      forEachInputMachine([&](auto& machine) { machine.hasNotificationActiveIs(active); });
+   }
+}
+
+void RsvpSnmpSubTunnelStatusSm::handleInitialized() {
+   using namespace FloCode::RsvpSnmpSubTunnelStatusSm;
+   if (!floControl_.isSynchronous()) createReconciliationTasks();
+   inputSmScanState_ = std::make_unique<InputSmScanState>();
+   outputState_ = std::make_unique<OutputState>();
+   assertArgument(static_cast<bool>(mib()), "mib");
+   assertArgument(static_cast<bool>(hopTableHelper()), "hopTableHelper");
+   assertArgument(static_cast<bool>(rsvpLerConfig()), "rsvpLerConfig");
+   assertArgument(static_cast<bool>(rsvpLerStatus()), "rsvpLerStatus");
+   assertArgument(static_cast<bool>(mplsTunnelCounterTable()), "mplsTunnelCounterTable");
+   assertArgument(static_cast<bool>(rsvpKelpStatus()), "rsvpKelpStatus");
+   traceDetail("create local SMs");
+   builtinSmAttrNinitializedSm0_ = Vel::makePtr<BuiltinSmAttrNinitializedSm0>(this);
+   builtinSmAttrNinitializedSm0_->handleInitialized();
+   traceDetail("create non-public arg SMs");
+   auto const create = [this]<class Machine>(Vel::Ptr<Machine>& slot, auto const& input) {
+      slot = Vel::makePtr<Machine>(this, NoKey(), input);
+      slot->handleInitialized();
+   };
+   create(spIdMapSm13_, rsvpLerStatus_);
+   create(spStatusCollSm11_, rsvpKelpStatus_);
+   create(subTunnelConfigCollTableSm5_, rsvpLerStatus_);
+   create(lspRequestStatusCollTableSm8_, rsvpLerStatus_);
+   create(subTunnelStatusCollTableSm1_, rsvpLerStatus_);
+}
+
+void RsvpSnmpSubTunnelStatusSm::inputScanComplete(bool InputSmScanState::*scan) {
+   inputSmScanState_.get()->*scan = true;
+   handleInitialScanDone();
+}
+
+void RsvpSnmpSubTunnelStatusSm::handleInitialScanDone() {
+   if (initialScanDone_) return;
+   for (ScanText const& awaited : kScanTexts) {
+      if (!(inputSmScanState_.get()->*awaited.scan)) {
+         traceDetail("{}", awaited.text);
+         return;
+      }
+   }
+   traceDetail("Initial scan done for child SMs. Now scanning with events triggered.");
+   traceDetail("Initial scan done for child SM RsvpSnmpSubTunnelStatusSm.");
+   inputSmScanState_->idle = true;
+   initialScanDone_ = true;
+   visit(attrInitialScanDone);
+   handleLspReqConfIdsForSpIdLrciSetOutputInputReady();
+   handleMibMplsTunnelTableOutputInputReady();
+   handleHopTableHelperPathSpecCollTableSmOutputInputReady();
+}
+
+bool RsvpSnmpSubTunnelStatusSm::idle() const {
+   return outputState_ && outputState_->ready && (floControl_.isSynchronous() || inputSmScanState_->idle);
+}
+
+void RsvpSnmpSubTunnelStatusSm::doDeleteAll() {
+   if (!initialized_) return;
+   Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
+   traceDetail("doDeleteAll RsvpSnmpSubTunnelStatusSm");
+   spIdMapSm13_->doDeleteAll();
+   spStatusCollSm11_->doDeleteAll();
+   subTunnelConfigCollTableSm5_->doDeleteAll();
+   builtinSmAttrNinitializedSm0_->doDeleteAll();
+   lspRequestStatusCollTableSm8_->doDeleteAll();
+   subTunnelStatusCollTableSm1_->doDeleteAll();
+   // What comes later must not build on inputs that have been taken back.
+   forEachInputMachine([](auto& machine) { machine.velDoZombieReactors(true); });
+}
+
+}  // namespace MplsSnmp

@@ -26,5 +26,6 @@ enum ExitCode { success = 0, usageError = 1, agentError = 2 };
 void addAgentOptions(CLI::App& command, AgentOptions& options);
 
 void addShow(CLI::App& app);
+void addWatch(CLI::App& app);
 
 }  // namespace Tools

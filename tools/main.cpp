@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
    app.failure_message([](CLI::App const*, CLI::Error const&) { return std::string(); });
    app.footer("Exit status: 0 done, 1 wrong usage or nothing of that name, 2 the agent does not answer or refuses.");
    Tools::addShow(app);
+   Tools::addWatch(app);
 
    try {
       app.parse(argc, argv);

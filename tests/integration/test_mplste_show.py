@@ -230,6 +230,7 @@ def test_an_address_that_leads_nowhere_is_named(mplste, address, reason):
     (["show", "tunnel"], "NAME is required"),
     (["show", "tunnels", "--colour"], "The following argument was not expected: --colour"),
     (["show", "tunnels", "--timeout", "soon"], "--timeout: Value soon not in range 0.010000 to 3600.000000"),
+    (["watch", "--interval", "0"], "--interval: Value 0 not in range 0.100000 to 86400.000000"),
 ])
 def test_wrong_usage_is_told_in_one_line(mplste, arguments, reason):
     assert refusal(mplste(*arguments), 1) == f"{reason}: see 'mplste --help'"

@@ -35,6 +35,7 @@ int writeUnsigned(std::uint32_t value, std::uint8_t* buffer, std::size_t limit) 
 
 template <class T>
 T narrow(void const* value) {
+   if (!value) throw Vel::RangeException("there is no value");
    unsigned long number = 0;
    std::memcpy(&number, value, sizeof number);
    if (number > std::numeric_limits<T>::max()) {

@@ -49,7 +49,8 @@ struct NowSecondsToUptimeTimeTicks {
    int operator()(Vel::Seconds value, std::uint8_t* buffer, std::size_t limit) const;
 };
 
-/// From an ASN_UNSIGNED varbind value (net-snmp's long). Throws Vel::RangeException when it does not fit 16 bits.
+/// From an ASN_UNSIGNED varbind value (net-snmp's long). Throws Vel::RangeException when it does not fit 16 bits, or
+/// when there is no value.
 std::uint16_t AsnUnsignedToU16Clamped(void const* value);
 /// The same for 32 bits.
 std::uint32_t AsnUnsignedToU32(void const* value);

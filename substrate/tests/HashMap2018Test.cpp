@@ -165,6 +165,18 @@ TEST(HashMap2018Test, aScanGoesOnAtItsBookmark) {
    EXPECT_EQ(visited, upTo(20));
 }
 
+TEST(HashMap2018Test, behindTheLastBookmarkStandsOnlyWhatComesLater) {
+   Map map;
+   EXPECT_TRUE(map.after(map.lastBookmark()) == map.end());
+   map.insertOrAssign(1, 0);
+   auto const last = map.lastBookmark();
+   EXPECT_EQ(map.begin().bookmark(), last);
+   EXPECT_TRUE(map.after(last) == map.end());
+   map.erase(1);
+   map.insertOrAssign(1, 0);
+   EXPECT_EQ(map.after(last)->key, 1U);
+}
+
 TEST(HashMap2018Test, everyHashMayCollide) {
    struct Key {
       std::uint32_t number = 0;

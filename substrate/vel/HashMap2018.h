@@ -132,6 +132,8 @@ class HashMap2018 {
    Iterator end() const { return Iterator(this, slots_.size()); }
    /// The first entry behind `bookmark`.
    Iterator after(Bookmark bookmark) const { return Iterator(this, positionAfter(bookmark, slots_.size())); }
+   /// Behind it stand only entries that are inserted from now on.
+   Bookmark lastBookmark() const { return nextNumber_ - 1; }
 
  private:
    using Position = std::uint32_t;

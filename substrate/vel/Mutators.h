@@ -3,6 +3,7 @@
 /// is there already notifies nobody.
 #pragma once
 
+#include <type_traits>
 #include <utility>
 
 #include "substrate/vel/HashMap2018.h"
@@ -22,7 +23,7 @@ bool setAttribute(PtrInterface const& owner, AttributeId id, T& slot, std::type_
 
 /// Inserts or replaces a member of a hash map attribute; true when that changed the collection.
 template <class K, class V>
-bool setMember(PtrInterface const& owner, AttributeId id, HashMap2018<K, V>& map, K const& key,
+bool setMember(PtrInterface const& owner, AttributeId id, HashMap2018<K, V>& map, K key,
                std::type_identity_t<V> value) {
    [[maybe_unused]] V old{};
    if (V* const existing = map.find(key)) {
@@ -46,10 +47,13 @@ V delMember(PtrInterface const& owner, AttributeId id, HashMap2018<K, V>& map, K
    return removed;
 }
 
-/// Removes all members of a hash map attribute, one notification each.
+/// Removes all members of a hash map attribute, one notification each. Members that come meanwhile stay.
 template <class K, class V>
 void delAllMembers(PtrInterface const& owner, AttributeId id, HashMap2018<K, V>& map) {
-   while (!map.empty()) delMember(owner, id, map, map.begin()->key);
+   // A reactor may drop the last reference to the owner.
+   Ptr<PtrInterface const> const keep(&owner);
+   auto const last = map.lastBookmark();
+   for (auto at = map.begin(); at != map.end() && at.bookmark() <= last; ++at) delMember(owner, id, map, at->key);
 }
 
 }  // namespace Vel

@@ -13,7 +13,7 @@ namespace TestSupport {
 struct TunnelRow : MplsSnmp::MplsTunnelTableEntry {
    struct Values {
       std::string name = "to-paris";
-      std::string descr;
+      std::string descr = {};
       bool isIf = false;
       std::uint32_t ifIndex = 0;
       MplsSnmp::MplsOwner owner = MplsSnmp::MplsOwner::rsvpTe;

@@ -22,7 +22,8 @@ void writeToStandardError(TraceRecord const& record) {
 struct Registry {
    std::map<std::string, std::unique_ptr<DebugHandler>, std::less<>> handles;
    std::map<std::string, TraceLevels, std::less<>> pending;
-   TraceSink sink = writeToStandardError;
+   // Shared by the line that is being written, so that a sink may replace itself.
+   std::shared_ptr<TraceSink const> sink = std::make_shared<TraceSink const>(writeToStandardError);
 };
 
 Registry& registry() {
@@ -45,22 +46,22 @@ unsigned parseLevel(std::string_view text, std::string_view whole) {
 
 void DebugHandler::write(int level, std::string_view text, std::string_view file, std::string_view function) const {
    if (!enabled(level)) return;
-   if (auto const& sink = registry().sink) {
-      sink(TraceRecord{name_, level, file, function, text});
-   }
+   auto const sink = registry().sink;
+   if (*sink) (*sink)(TraceRecord{name_, level, file, function, text});
 }
 
-DebugHandler& Platform::getDebugHandler(std::string_view name) {
+DebugHandler& Platform::getDebugHandler(std::string_view name, TraceLevels initial) {
    auto& handles = registry().handles;
    if (auto const found = handles.find(name); found != handles.end()) return *found->second;
    auto const& pending = registry().pending;
    auto const wanted = pending.find(name);
-   auto handler =
-         std::make_unique<DebugHandler>(std::string(name), wanted == pending.end() ? kErrorLevel : wanted->second);
+   auto handler = std::make_unique<DebugHandler>(std::string(name), wanted == pending.end() ? initial : wanted->second);
    return *handles.emplace(std::string(name), std::move(handler)).first->second;
 }
 
-TraceSink traceSinkIs(TraceSink sink) { return std::exchange(registry().sink, std::move(sink)); }
+TraceSink traceSinkIs(TraceSink sink) {
+   return *std::exchange(registry().sink, std::make_shared<TraceSink const>(std::move(sink)));
+}
 
 void traceLevelsIs(std::string_view name, TraceLevels levels) {
    auto& handles = registry().handles;
@@ -81,6 +82,10 @@ TraceLevels parseTraceLevels(std::string_view text) {
       auto const dash = part.find('-');
       unsigned const first = parseLevel(part.substr(0, dash), text);
       unsigned const last = dash == std::string_view::npos ? first : parseLevel(part.substr(dash + 1), text);
+      if (last < first) {
+         throw std::invalid_argument(
+               fmt::format("\"{}\" is not a set of trace levels: the range \"{}\" runs downwards", text, part));
+      }
       for (unsigned level = first; level <= last; ++level) {
          levels = static_cast<TraceLevels>(levels | (1U << level));
       }

@@ -50,8 +50,8 @@ class DebugHandler {
 };
 
 struct Platform {
-   /// The handle of that name; made with the pending levels of that name, or level 0 alone, when it is new.
-   static DebugHandler& getDebugHandler(std::string_view name);
+   /// The handle of that name; made with the pending levels of that name, or else with `initial`, when it is new.
+   static DebugHandler& getDebugHandler(std::string_view name, TraceLevels initial = kErrorLevel);
 };
 
 /// Replaces the sink and returns the one that was in place. An empty sink drops all lines.

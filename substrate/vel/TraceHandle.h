@@ -12,10 +12,9 @@ namespace Vel {
 /// The trace handle of one source unit. Every unit that names the same handle shares it.
 class TraceHandle {
  public:
-   /// `enabled`: whether error lines (level 0) are written from the start.
-   explicit TraceHandle(std::string_view name, bool enabled = true) : handler_(Trel::Platform::getDebugHandler(name)) {
-      if (!enabled && handler_.levels() == Trel::kErrorLevel) handler_.levelsIs(0);
-   }
+   /// `enabled`: whether error lines (level 0) are written from the start, unless somebody has decided that already.
+   explicit TraceHandle(std::string_view name, bool enabled = true)
+         : handler_(Trel::Platform::getDebugHandler(name, enabled ? Trel::kErrorLevel : Trel::TraceLevels{0})) {}
 
    bool enabled(int level) const { return handler_.enabled(level); }
 

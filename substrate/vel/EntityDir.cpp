@@ -16,6 +16,13 @@ std::string_view popName(std::string_view& path) {
    return name;
 }
 
+/// An entity of another name could not be found by a path.
+void needEntityName(std::string_view name) {
+   if (name.empty() || name.find('/') != std::string_view::npos) {
+      throw ArgumentException(fmt::format("\"{}\" is not the name of an entity in a directory", name));
+   }
+}
+
 }  // namespace
 
 TypeInfo const& Entity::fwkType() const {
@@ -36,6 +43,7 @@ Ptr<Entity> EntityDir::newEntity(std::string_view type, String const& name, AnyA
    TypeInfo const& info = TypeRegistry::instance().type(type);
    if (!info.newEntityForDir) throw UnknownTypeException(fmt::format("type '{}' is not an entity type", type));
    if (!args.empty()) throwNewEntityArgsException(type);
+   needEntityName(name.view());
    if (entry(name.view())) throwMutatorReinstantiating("Vel::EntityDir", "entity", name.view());
    Ptr<Entity> const made = info.newEntityForDir(name);
    entityIs(made);
@@ -44,6 +52,7 @@ Ptr<Entity> EntityDir::newEntity(std::string_view type, String const& name, AnyA
 
 void EntityDir::entityIs(Ptr<Entity> const& entity) {
    if (!entity) throwMutatorArgNullPointerException("Vel::EntityDir", "entity", "entity");
+   needEntityName(entity->name().view());
    if (!entries_.emplace(entity->name(), entity).second) {
       throwMutatorReinstantiating("Vel::EntityDir", "entity", entity->name().view());
    }

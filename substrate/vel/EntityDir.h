@@ -16,15 +16,17 @@ class EntityDir : public Entity {
    ~EntityDir() override;
 
    /// Creates an entity of a registered type under `name`. Throws UnknownTypeException, NewEntityArgsException when
-   /// there are arguments beyond the name, and MutatorReinstantiatingException when the name is taken.
+   /// there are arguments beyond the name, ArgumentException when the name is empty or holds a "/", and
+   /// MutatorReinstantiatingException when it is taken.
    Ptr<Entity> newEntity(std::string_view type, String const& name, AnyArgs args = {});
 
-   /// Mounts an entity that exists already. Throws MutatorReinstantiatingException when the name is taken.
+   /// Mounts an entity that exists already. Throws MutatorArgNullPointerException, and for its name as newEntity does.
    void entityIs(Ptr<Entity> const& entity);
    /// Takes the entity out; returns it, or null when there was none.
    Ptr<Entity> entityDel(String const& name);
 
    /// The directory at `path` (names separated by "/") below this one; made, with those on the way, where absent.
+   /// Throws as entityIs does, and MutatorReinstantiatingException when something on the way is no directory.
    Ptr<EntityDir> dirIs(std::string_view path);
    /// The entity at `path` below this directory, or null.
    Ptr<Entity> find(std::string_view path) const;

@@ -96,7 +96,7 @@ Any apply(AnyArgs args, Call&& call) {
          call(Unpack<std::remove_cvref_t<Args>>::from(args[I], I)...);
          return Any();
       } else {
-         return pack<std::remove_cvref_t<Result>>(call(Unpack<std::remove_cvref_t<Args>>::from(args[I], I)...));
+         return pack(std::remove_cvref_t<Result>(call(Unpack<std::remove_cvref_t<Args>>::from(args[I], I)...)));
       }
    }
    (std::index_sequence_for<Args...>());

@@ -9,6 +9,8 @@
 
 namespace Flo::Gen {
 
+class ReactorScope;
+
 /// Base of the machines that watch the inputs of a derivation. They form a tree: a top machine per input, which has a
 /// scan task of its own unless its control is synchronous, and children that follow the nested collections below it
 /// and leave all decisions about yielding to their top machine.
@@ -45,6 +47,8 @@ class InputStateMachine : public Vel::PtrInterface {
    void scanDoneIs(bool done) { scanDone_ = done; }
 
  private:
+   friend class ReactorScope;
+
    void doInitializeTask();
    void scan();
    InputStateMachine& top() { return parent_ ? parent_->top() : *this; }
@@ -59,15 +63,15 @@ class InputStateMachine : public Vel::PtrInterface {
 /// Marks a tree of machines as handling a notification for as long as it lives.
 class ReactorScope {
  public:
-   explicit ReactorScope(InputStateMachine& machine) : machine_(machine), outer_(machine.inReactor()) {
-      machine_.inReactorIs(true);
+   explicit ReactorScope(InputStateMachine& machine) : top_(&machine.top()), outer_(top_->inReactor_) {
+      top_->inReactor_ = true;
    }
-   ~ReactorScope() { machine_.inReactorIs(outer_); }
+   ~ReactorScope() { top_->inReactor_ = outer_; }
    ReactorScope(ReactorScope const&) = delete;
    ReactorScope& operator=(ReactorScope const&) = delete;
 
  private:
-   InputStateMachine& machine_;
+   Vel::Ptr<InputStateMachine> top_;  // held: the notification may be the end of the tree
    bool outer_;
 };
 

@@ -2,8 +2,29 @@
 #include "substrate/orb/TaskScheduler.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Orb {
+
+namespace {
+
+/// Gives a variable another value for as long as it lives, also when a task throws.
+template <class T>
+class Scoped {
+ public:
+   Scoped(T& variable, T value) : variable_(variable), outer_(std::exchange(variable, value)) {}
+   ~Scoped() { variable_ = outer_; }
+   Scoped(Scoped const&) = delete;
+   Scoped& operator=(Scoped const&) = delete;
+
+ private:
+   T& variable_;
+   T outer_;
+};
+
+using TimePoint = std::chrono::steady_clock::time_point;
+
+}  // namespace
 
 Vel::Ptr<TaskScheduler> TaskSchedulerRoot::findOrCreateScheduler() {
    thread_local auto const scheduler = Vel::makePtr<TaskScheduler>();
@@ -31,31 +52,33 @@ void TaskScheduler::dequeue(Task& task) {
 bool TaskScheduler::runNext() {
    auto const found = std::ranges::find_if(queues_, [](auto const& entry) { return !entry.second.empty(); });
    if (found == queues_.end()) return false;
-   // The task may drop the last reference to itself or to this scheduler.
+   // The task may drop the last reference to itself.
    Vel::Ptr<Task> const task(found->second.front());
-   Vel::Ptr<TaskScheduler> const keep(this);
    dequeue(*task);
-   Task* const outer = std::exchange(running_, task.get());
+   Scoped<Task*> const running(running_, task.get());
    task->work_(*task);
-   running_ = outer;
    return true;
 }
 
 void TaskScheduler::runSlice(std::chrono::microseconds budget) {
-   sliceEnd_ = std::chrono::steady_clock::now() + budget;
-   while (runNext() && std::chrono::steady_clock::now() < sliceEnd_) {
+   // A task may drop the last reference to this scheduler.
+   Vel::Ptr<TaskScheduler> const keep(this);
+   TimePoint const end = std::chrono::steady_clock::now() + budget;
+   Scoped<TimePoint> const slice(sliceEnd_, end);
+   while (runNext() && std::chrono::steady_clock::now() < end) {
    }
-   sliceEnd_ = std::chrono::steady_clock::time_point::max();
 }
 
 void TaskScheduler::runAll() {
+   Vel::Ptr<TaskScheduler> const keep(this);
+   Scoped<TimePoint> const slice(sliceEnd_, TimePoint::max());
    while (runNext()) {
    }
 }
 
 bool TaskScheduler::mustYield() const {
    if (yieldPolicy_) return yieldPolicy_();
-   return sliceEnd_ != std::chrono::steady_clock::time_point::max() && std::chrono::steady_clock::now() >= sliceEnd_;
+   return sliceEnd_ != TimePoint::max() && std::chrono::steady_clock::now() >= sliceEnd_;
 }
 
 Task::Task(Vel::Ptr<TaskScheduler> scheduler, TaskPriority priority, std::string name, Work work)

@@ -31,7 +31,12 @@ PathSpecCollSm::PathSpecCollSm(std::uint32_t hopTableIndex, PathSpecCollTablePtr
         subTunnelConfig_(std::move(subTunnelConfig)),
         mplsTeMib_(std::move(mplsTeMib)),
         velPathSpecCollTable_(pathSpecCollTable ? Vel::makePtr<VelPathSpecCollTable>(this, pathSpecCollTable)
-                                                : nullptr) {}
+                                                : nullptr) {
+   if (velPathSpecCollTable_ && subTunnelConfig_) {
+      velPathSpecCollTable_->interestsAre(Rsvp::RsvpLerPathSpecCollTable::attrPathSpecColl,
+                                          subTunnelConfig_->id().source);
+   }
+}
 
 PathSpecCollSm::~PathSpecCollSm() { retire(); }
 

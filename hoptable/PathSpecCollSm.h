@@ -5,6 +5,8 @@
 
 #include "hoptable/Inputs.h"
 #include "hoptable/PathSpecSm.h"
+#include "hoptable/Trace.h"
+#include "substrate/vel/KeyedNotifiee.h"
 #include "substrate/vel/Reactor.h"
 
 namespace MplsSnmp {
@@ -65,8 +67,10 @@ class PathSpecCollSm : public Vel::PtrInterface {
    Vel::Ptr<PathSpecSm> pathSpecSm_;
 };
 
+/// Listens to the tunnel's own source.
 class PathSpecCollSm::VelPathSpecCollTable
-      : public Vel::Reactor<VelPathSpecCollTable, PathSpecCollSm, Rsvp::RsvpLerPathSpecCollTable> {
+      : public Vel::Reactor<VelPathSpecCollTable, PathSpecCollSm, Rsvp::RsvpLerPathSpecCollTable,
+                            Vel::KeyedNotifiee<1, HopTrace::listened>> {
  public:
    using Reactor::Reactor;
    void handle(PathSpecCollSm& owner, Vel::AttributeId attribute, void const* key) {

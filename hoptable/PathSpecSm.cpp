@@ -36,7 +36,9 @@ PathSpecSm::PathSpecSm(std::uint32_t hopTableIndex, PathSpecCollPtr const& pathS
         velPathSpecColl_(pathSpecColl ? Vel::makePtr<VelPathSpecColl>(this, pathSpecColl) : nullptr),
         velSubTunnelStatus_(subTunnelStatus ? Vel::makePtr<VelSubTunnelStatus>(this, subTunnelStatus) : nullptr),
         velSubTunnelConfig_(subTunnelConfig ? Vel::makePtr<VelSubTunnelConfig>(this, subTunnelConfig) : nullptr),
-        mplsTeMib_(std::move(mplsTeMib)) {}
+        mplsTeMib_(std::move(mplsTeMib)) {
+   interestsChanged();
+}
 
 PathSpecSm::~PathSpecSm() { retire(); }
 
@@ -68,9 +70,17 @@ bool PathSpecSm::isBuiltFrom(std::uint32_t hopTableIndex, PathSpecCollPtr const&
 void PathSpecSm::hasNotificationActiveIs(bool active) {
    if (active == hasNotificationActive()) return;
    PtrInterface::hasNotificationActiveIs(active);
+   if (active) interestsChanged();
    if (velPathSpecColl_) velPathSpecColl_->hasNotificationActiveIs(active);
    if (velSubTunnelStatus_) velSubTunnelStatus_->hasNotificationActiveIs(active);
    if (velSubTunnelConfig_) velSubTunnelConfig_->hasNotificationActiveIs(active);
+}
+
+void PathSpecSm::interestsChanged() {
+   if (!velPathSpecColl_ || !velSubTunnelConfig_) return;
+   auto const& config = *velSubTunnelConfig_->notifier();
+   velPathSpecColl_->interestsAre(Rsvp::RsvpLerPathSpecCollForSource::attrPathSpec, config.primaryPathSpecId(),
+                                  config.secondaryPathSpecId());
 }
 
 bool PathSpecSm::usingPrimary() const {

@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "hoptable/Inputs.h"
+#include "hoptable/Trace.h"
+#include "substrate/vel/KeyedNotifiee.h"
 #include "substrate/vel/Reactor.h"
 
 namespace MplsSnmp {
@@ -69,6 +71,9 @@ class PathSpecSm : public Vel::PtrInterface {
 
    Rsvp::RsvpLerPathSpecId const& pathSpecIdInUse() const;
    void pathSpecForget();
+   /// Listens to the path specs that are configured now. Both of them, whichever is in use: which one that is may
+   /// change without a word.
+   void interestsChanged();
 
    std::uint32_t hopTableIndex_;
    std::uint32_t rewrites_ = 0;  // grows whenever the rows are to be written anew; tells a walk that it is outdated
@@ -80,8 +85,9 @@ class PathSpecSm : public Vel::PtrInterface {
    Rsvp::RsvpLerPath activePath_;
 };
 
-class PathSpecSm::VelPathSpecColl
-      : public Vel::Reactor<VelPathSpecColl, PathSpecSm, Rsvp::RsvpLerPathSpecCollForSource> {
+/// Listens to the path specs that the tunnel is configured with.
+class PathSpecSm::VelPathSpecColl : public Vel::Reactor<VelPathSpecColl, PathSpecSm, Rsvp::RsvpLerPathSpecCollForSource,
+                                                        Vel::KeyedNotifiee<2, HopTrace::listened>> {
  public:
    using Reactor::Reactor;
    void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const* key) {
@@ -106,10 +112,21 @@ class PathSpecSm::VelSubTunnelConfig
  public:
    using Reactor::Reactor;
    void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const*) {
-      if (attribute == Rsvp::RsvpLerSubTunnelConfig::attrPrimaryPathSpecId) owner.handlePrimaryPathSpecId();
-      if (attribute == Rsvp::RsvpLerSubTunnelConfig::attrSecondaryPathSpecId) owner.handleSecondaryPathSpecId();
+      switch (attribute) {
+         case Rsvp::RsvpLerSubTunnelConfig::attrPrimaryPathSpecId:
+            owner.interestsChanged();
+            owner.handlePrimaryPathSpecId();
+            break;
+         case Rsvp::RsvpLerSubTunnelConfig::attrSecondaryPathSpecId:
+            owner.interestsChanged();
+            owner.handleSecondaryPathSpecId();
+            break;
+         default:
+            break;
+      }
    }
    void handleNotifier(PathSpecSm& owner) {
+      owner.interestsChanged();
       owner.handlePrimaryPathSpecId();
       owner.handleSecondaryPathSpecId();
    }

@@ -5,11 +5,6 @@
 
 namespace Vel {
 
-namespace {
-// Counts registrations of the whole process, so that a visit can tell the reactors that came after it began.
-std::uint64_t lastSerial = 0;
-}  // namespace
-
 TypeInfo const& PtrInterface::fwkType() const {
    static constexpr TypeInfo type{.name = "Vel::PtrInterface"};
    return type;
@@ -32,44 +27,14 @@ void PtrInterface::notifieesDelAll() {
    if (notifiees_) notifiees_->clear();
 }
 
-void PtrInterface::visitKey(AttributeId attribute, void const* key) const {
+void PtrInterface::visitKey(AttributeId attribute, void const* key, MemberHasher hasher) const {
    if (!notificationActive_ || !notifiees_) return;
    // A reactor may drop the last reference to its notifier.
    Ptr<PtrInterface const> const keep(this);
-   notifiees_->visit(attribute, key);
+   notifiees_->visit(attribute, key, hasher);
 }
 
-NotifieeList::~NotifieeList() { clear(); }
-
-void NotifieeList::clear() {
-   for (Visit* visit = visits_; visit; visit = visit->outer) visit->next = list_.end();
-   list_.clear_and_dispose([](NotifieeConst* reactor) { reactor->notifier_ = nullptr; });
-}
-
-void NotifieeList::insert(NotifieeConst& reactor) {
-   reactor.serial_ = ++lastSerial;
-   list_.push_back(reactor);
-}
-
-void NotifieeList::remove(NotifieeConst& reactor) {
-   auto const position = list_.iterator_to(reactor);
-   for (Visit* visit = visits_; visit; visit = visit->outer) {
-      if (visit->next == position) ++visit->next;
-   }
-   list_.erase(position);
-}
-
-void NotifieeList::visit(AttributeId attribute, void const* key) {
-   std::uint64_t const began = lastSerial;
-   Visit visit{list_.begin(), visits_};
-   visits_ = &visit;
-   while (visit.next != list_.end() && visit.next->serial_ <= began) {
-      Ptr<NotifieeConst> const reactor(&*visit.next);
-      ++visit.next;
-      reactor->onAttribute(attribute, key);
-   }
-   visits_ = visit.outer;
-}
+std::uint64_t PtrInterface::reactorCalls() { return NotifieeList::reactorCalls(); }
 
 PtrInterface::NotifieeConst::~NotifieeConst() { bind(nullptr); }
 
@@ -99,6 +64,18 @@ void PtrInterface::NotifieeConst::bind(PtrInterface const* notifier, Hold hold) 
    holdsNotifier_ = notifier != nullptr && hold == Hold::strong;
    if (holdsNotifier_) notifier_->newRef();
    isRegisteredNotifieeIs(registered);
+}
+
+void PtrInterface::NotifieeConst::interestHashesAre(std::span<std::uint32_t const> hashes) {
+   std::span<KeyInterest> const interests = keyed().interests;
+   bool const registered = isRegisteredNotifiee();
+   if (registered) notifier_->notifiees().unlink(interests);
+   for (std::size_t n = 0; n < interests.size(); ++n) {
+      bool const used = n < hashes.size();
+      interests[n].reactor_ = used ? this : nullptr;
+      interests[n].hash_ = used ? hashes[n] : 0;
+   }
+   if (registered) notifier_->notifiees().link(interests);
 }
 
 }  // namespace Vel

@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
+#include "substrate/vel/Hasher.h"
 #include "substrate/vel/Ptr.h"
 #include "substrate/vel/RefCount.h"
 #include "substrate/vel/TypeInfo.h"
@@ -16,6 +18,13 @@ namespace Vel {
 /// A small number, unique within one type, that names an attribute in notifications.
 using AttributeId = std::uint16_t;
 
+/// Stands for one member of one collection attribute where reactors are found by what they listen to.
+template <class K>
+std::uint32_t memberHash(AttributeId attribute, K const& key) {
+   return hashOf(key, hashSeed32 + attribute);
+}
+
+class KeyInterest;
 class NotifieeList;
 
 /// Base of every counted object: entities, state machines, reactors, rows.
@@ -46,12 +55,16 @@ class PtrInterface {
    bool isMarkedForDeletion() const { return markedForDeletion_; }
 
    /// Tells the reactors that the attribute changed.
-   void visit(AttributeId attribute) const { visitKey(attribute, nullptr); }
+   void visit(AttributeId attribute) const { visitKey(attribute, nullptr, nullptr); }
    /// Tells the reactors that the member `key` of a collection attribute came, went or was replaced.
    template <class K>
    void visit(AttributeId attribute, K const& key) const {
-      visitKey(attribute, &key);
+      visitKey(attribute, &key,
+               [](AttributeId id, void const* member) { return memberHash(id, *static_cast<K const*>(member)); });
    }
+
+   /// How many calls of reactors the process has made so far: what a change costs is the difference.
+   static std::uint64_t reactorCalls();
 
  protected:
    PtrInterface();
@@ -62,7 +75,11 @@ class PtrInterface {
    void notifieesDelAll();
 
  private:
-   void visitKey(AttributeId attribute, void const* key) const;
+   /// Works out the hash of the member that a visit is about; only called when somebody listens by key.
+   using MemberHasher = std::uint32_t (*)(AttributeId attribute, void const* key);
+   friend class NotifieeList;
+
+   void visitKey(AttributeId attribute, void const* key, MemberHasher hasher) const;
    NotifieeList& notifiees() const;
 
    mutable RefCount refs_;
@@ -79,6 +96,7 @@ class PtrInterface::NotifieeConst : public PtrInterface {
  public:
    ~NotifieeConst() override;
 
+   /// Null once the notifier has let the reactor go.
    PtrInterface const* notifierObject() const { return notifier_; }
 
    bool isRegisteredNotifiee() const { return hook_.is_linked(); }
@@ -98,14 +116,24 @@ class PtrInterface::NotifieeConst : public PtrInterface {
    /// Leaves the old notifier, if any, and stays registered if it was.
    void bind(PtrInterface const* notifier, Hold hold = Hold::strong);
 
+   /// What makes a reactor one that is found by key (KeyedNotifiee.h); a plain reactor has no interests.
+   struct Keyed {
+      std::span<KeyInterest> interests;
+      bool (*wantsAllKeys)() = nullptr;
+   };
+   virtual Keyed keyed() { return {}; }
+   /// Replaces the members that a keyed reactor listens to by those with these hashes.
+   void interestHashesAre(std::span<std::uint32_t const> hashes);
+
  private:
+   friend class KeyInterest;
    friend class NotifieeList;
    friend class PtrInterface;
 
    boost::intrusive::list_member_hook<> hook_;
-   std::uint64_t serial_ = 0;  // order of registration
+   std::uint64_t serial_ : 63 = 0;  // order of registration
+   std::uint64_t holdsNotifier_ : 1 = 0;
    PtrInterface const* notifier_ = nullptr;
-   bool holdsNotifier_ = false;
 };
 
 }  // namespace Vel

@@ -107,8 +107,12 @@ void RsvpSnmpSubTunnelStatusSm::reconcileLspReqConfIds() {
       for (auto it = set->lrciSet().begin(); it != set->lrciSet().end(); ++it) {
          Rsvp::RsvpLerLspRequestConfigId const id = it->key;
          ++step.processed;
-         if (output.seen.contains({spId, id})) continue;
+         // Also what was seen may have gone since, before the watcher of the sp id map came to it.
+         bool const stands =
+               output.seen.contains({spId, id}) && inputs_.spId(id) == Vel::Optional<Rsvp::RsvpSpId>(spId);
+         if (stands) continue;
          localAttrStore_->requestDel(spId, id);
+         eventToSpidUpdateStream(id, spId, false);
          ++step.deleted;
       }
       return step;

@@ -12,10 +12,10 @@ namespace Flo {
 /// How a derivation does its scans. Copied as a whole.
 struct SmControl {
    /// Where its tasks run; null is the scheduler of the thread.
-   Vel::Ptr<Orb::TaskScheduler> taskScheduler;
+   Vel::Ptr<Orb::TaskScheduler> taskScheduler{};
    Orb::TaskPriority taskPriority = Orb::TaskPriority::normal;
    /// A label and a number of the host's own, carried along and not interpreted.
-   Vel::String hostLabel;
+   Vel::String hostLabel{};
    std::uint64_t hostData = 0;
    /// No tasks: the scans run inline, to their end, inside the start of the machine.
    bool synchronous = false;

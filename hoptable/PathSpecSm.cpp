@@ -163,6 +163,11 @@ void PathSpecSm::handleActivePath() {
    if (!path.empty()) maybeAddMibEntries();
 }
 
+void PathSpecSm::handleActiveLsp() {
+   PathSpecCollPtr const coll = pathSpecColl();
+   if (coll && coll->pathSpec()[pathSpecIdInUse()] != pathSpec_) handlePathSpec();
+}
+
 void PathSpecSm::handleDel() {
    HopTrace::entry("void MplsSnmp::PathSpecSm::handleDel()", hopTableIndex_);
    cleanupMibEntries();

@@ -57,6 +57,9 @@ class PathSpecSm : public Vel::PtrInterface {
    void handlePrimaryPathSpecId();
    void handleSecondaryPathSpecId();
    void handleActivePath();
+   /// The active LSP decides which path spec is in use. As a rule its change ends this object, with its tunnel row; a
+   /// row that stays although its sub-tunnel has moved on gets the hops of the path spec that is in use now.
+   void handleActiveLsp();
    void handleDel();
 
    /// Writes one row per hop of the active path when the path spec in use is known. Deletes nothing.
@@ -102,7 +105,16 @@ class PathSpecSm::VelSubTunnelStatus
  public:
    using Reactor::Reactor;
    void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const*) {
-      if (attribute == Rsvp::RsvpLerSubTunnelStatus::attrActivePath) owner.handleActivePath();
+      switch (attribute) {
+         case Rsvp::RsvpLerSubTunnelStatus::attrActivePath:
+            owner.handleActivePath();
+            break;
+         case Rsvp::RsvpLerSubTunnelStatus::attrActiveLsp:
+            owner.handleActiveLsp();
+            break;
+         default:
+            break;
+      }
    }
    void handleNotifier(PathSpecSm& owner) { owner.handleActivePath(); }
 };

@@ -31,7 +31,7 @@ endfunction()
 # CTest test.
 function(mplste_test name)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*.cpp)
-  if(NOT MPLSTE_TESTS OR NOT sources)
+  if(NOT MPLSTE_TESTS OR NOT MPLSTE_UNIT_TESTS OR NOT sources)
     return()
   endif()
   cmake_parse_arguments(arg "" "" "LIBS" ${ARGN})

@@ -10,7 +10,8 @@
 ///   sp id                destination/tunnelId/sender/lspId
 ///
 /// Inside names "%", "#", "@" and control characters are percent-encoded. `fromText` throws Vel::ParseException (or
-/// Vel::RangeException for a number that is too large) with a message that says what is wrong.
+/// Vel::RangeException for a number that is too large) with a message that quotes the text, control characters and
+/// all, and says what is wrong with it.
 #pragma once
 
 #include <compare>

@@ -21,21 +21,14 @@ template <class Child, class... Inputs>
 Vel::Ptr<Child> childIs(Vel::Ptr<Child>& slot, Vel::Ptr<Child> (*build)(Inputs...),
                         std::type_identity_t<Inputs>... inputs) {
    if (slot && slot->isBuiltFrom(inputs...)) return slot;
-   Vel::Ptr<Child> old = slot;
    Vel::Ptr<Child> const child = build(inputs...);
-   if (slot != old) {
-      // Writing the first rows set off a change that has already brought a later child.
-      old = child;
-   } else {
-      slot = child;
-   }
-   if (old) {
+   if (Vel::Ptr<Child> const old = std::exchange(slot, child)) {
       // The rows of both have the same index: the one that goes takes away what the one that stays has written.
       old->hasNotificationActiveIs(false);
       old->retire();
-      if (Vel::Ptr<Child> const current = slot) current->maybeAddMibEntries();
+      child->maybeAddMibEntries();
    }
-   return slot;
+   return child;
 }
 
 }  // namespace MplsSnmp

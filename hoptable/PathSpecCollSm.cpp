@@ -82,12 +82,19 @@ void PathSpecCollSm::handlePathSpecColl(Rsvp::RsvpLerTunnelSource source) {
       HopTrace::detail(__func__, "source doesn't match entry source: ", entrySource);
       return;
    }
-   if (PathSpecCollPtr const coll = pathSpecCollTable()->pathSpecColl()[source]) {
+   PathSpecCollPtr const coll = pathSpecCollTable()->pathSpecColl()[source];
+   if (coll) {
       HopTrace::detail(__func__, "Instantiate PathSpecSm");
       pathSpecSmIs(hopTableIndex_, coll, subTunnelStatus_, subTunnelConfig_, mplsTeMib_);
    } else {
       HopTrace::detail(__func__, "Delete pathSpecSm");
       pathSpecSmDel();
+   }
+   // Who learns of the rows may have changed what they are made of.
+   if (isMarkedForDeletion()) {
+      pathSpecSmDel();
+   } else if (pathSpecCollTable()->pathSpecColl()[source] != coll) {
+      handlePathSpecColl(source);
    }
 }
 

@@ -65,12 +65,19 @@ void PathSpecCollTableSm::handleInitialized() {
 
 void PathSpecCollTableSm::handlePathSpecCollTable() {
    HopTrace::entry("void MplsSnmp::PathSpecCollTableSm::handlePathSpecCollTable()", hopTableIndex_);
-   if (PathSpecCollTablePtr const table = lerConfig()->pathSpecCollTable()) {
+   PathSpecCollTablePtr const table = lerConfig()->pathSpecCollTable();
+   if (table) {
       HopTrace::detail(__func__, "Instantiate PathSpecCollSm");
       pathSpecCollSmIs(hopTableIndex_, table, subTunnelStatus_, subTunnelConfig_, mplsTeMib_);
    } else {
       HopTrace::detail(__func__, "Delete PathSpecCollSm");
       pathSpecCollSmDel();
+   }
+   // Who learns of the rows may have changed what they are made of.
+   if (isMarkedForDeletion()) {
+      pathSpecCollSmDel();
+   } else if (lerConfig()->pathSpecCollTable() != table) {
+      handlePathSpecCollTable();
    }
 }
 

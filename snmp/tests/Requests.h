@@ -2,6 +2,8 @@
 /// Requests as net-snmp would hand them to a table's callbacks and handler, made by hand.
 #pragma once
 
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -150,16 +152,19 @@ class RequestList {
    std::deque<Request> requests_;
 };
 
-/// What a varbind holds, such as "INTEGER 7", "OCTETS 10.0.12.2" (decimal octets) or "noSuchObject".
+/// Octets as text: names in quotes, other strings as decimal octets such as "10.0.12.2".
+inline std::string octetsText(std::string_view octets) {
+   auto const isNameLike = [](unsigned char c) { return std::isalnum(c) || c == '-'; };
+   bool const isName = octets.empty() || (octets.size() > 2 && std::ranges::all_of(octets, isNameLike));
+   if (isName) return '"' + std::string(octets) + '"';
+   std::string text;
+   for (unsigned char c : octets) text += (text.empty() ? "" : ".") + std::to_string(unsigned{c});
+   return text;
+}
+
+/// What a varbind holds, such as "INTEGER 7", "OCTETS 10.0.12.2" or "noSuchObject".
 inline std::string valueText(netsnmp_variable_list const& varbind) {
    auto const number = [&] { return std::to_string(*varbind.val.integer); };
-   auto const octets = [&] {
-      std::string text;
-      for (std::size_t n = 0; n < varbind.val_len; ++n) {
-         text += (n ? "." : "") + std::to_string(varbind.val.string[n]);
-      }
-      return text;
-   };
    switch (varbind.type) {
       case ASN_INTEGER:
          return "INTEGER " + number();
@@ -173,7 +178,7 @@ inline std::string valueText(netsnmp_variable_list const& varbind) {
          return "Counter64 " +
                 std::to_string((std::uint64_t{varbind.val.counter64->high} << 32U) | varbind.val.counter64->low);
       case ASN_OCTET_STR:
-         return "OCTETS " + octets();
+         return "OCTETS " + octetsText({reinterpret_cast<char const*>(varbind.val.string), varbind.val_len});
       case ASN_NULL:
          return "NULL";
       case SNMP_NOSUCHOBJECT:
@@ -198,12 +203,6 @@ std::string get(unsigned column, Vel::Ptr<typename Table::Row const> const& row)
 }
 
 /// The text of octets in valueText.
-inline std::string octets(std::string_view text) {
-   std::string out = "OCTETS ";
-   for (std::size_t n = 0; n < text.size(); ++n) {
-      out += (n ? "." : "") + std::to_string(static_cast<unsigned char>(text[n]));
-   }
-   return out;
-}
+inline std::string octets(std::string_view text) { return "OCTETS " + octetsText(text); }
 
 }  // namespace TestSupport

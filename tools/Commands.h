@@ -25,6 +25,7 @@ enum ExitCode { success = 0, usageError = 1, agentError = 2 };
 /// --agent, --community, --timeout and --retries. `options` must outlive the parsing.
 void addAgentOptions(CLI::App& command, AgentOptions& options);
 
+void addCounters(CLI::App& app);
 void addShow(CLI::App& app);
 void addWatch(CLI::App& app);
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tools/Commands.h"
+#include "tools/Print.h"
 #include "tools/TableReader.h"
 #include "tools/Terminal.h"
 #include "tools/Views.h"
@@ -16,37 +17,10 @@ namespace Tools {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 struct ShowOptions {
    AgentOptions agent;
    bool json = false;
    std::string tunnel;
-};
-
-void printLines(Lines const& lines) {
-   std::string text;
-   for (auto const& line : lines) text += line + '\n';
-   writeAll(STDOUT_FILENO, text);
-}
-
-// {"KEY":[...]} with one line a row, so that programs may read it whole and people may grep it.
-class JsonList {
- public:
-   explicit JsonList(std::string_view key) : text_(fmt::format("{{\"{}\":[", key)) {}
-
-   void add(Json const& row) {
-      text_ += empty_ ? "\n" : ",\n";
-      text_ += row.dump(-1, ' ', false, Json::error_handler_t::replace);
-      empty_ = false;
-   }
-
-   bool empty() const { return empty_; }
-   void print() const { writeAll(STDOUT_FILENO, text_ + "\n]}\n"); }
-
- private:
-   std::string text_;
-   bool empty_ = true;
 };
 
 bool colour() { return colourWanted(STDOUT_FILENO); }

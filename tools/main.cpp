@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
    app.footer("Exit status: 0 done, 1 wrong usage or nothing of that name, 2 the agent does not answer or refuses.");
    Tools::addShow(app);
    Tools::addWatch(app);
+   Tools::addCounters(app);
 
    try {
       app.parse(argc, argv);

@@ -9,6 +9,8 @@
 
 namespace MplsSnmp {
 
+using Vel::operator<<;
+
 enum class AdminStatus : unsigned { adminUp = 1, adminDown, adminTesting };
 enum class OperStatus : unsigned {
    operUp = 1,

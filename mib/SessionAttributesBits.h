@@ -8,6 +8,8 @@
 
 namespace MplsSnmp {
 
+using Vel::operator<<;
+
 /// The session attribute flags of a tunnel (mplsTunnelSessionAttributes): five booleans, bit 0 first.
 class SessionAttributesBits {
  public:

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#include "host/store/ChangeSet.h"
+
+#include "host/store/StateStore.h"
+#include "substrate/trel/Assert.h"
+
+namespace Store {
+
+ChangeSet::ChangeSet(StateStore& store, ChangeKind kind, std::string document)
+      : kind_(kind), document_(std::move(document)), in_(document_) {
+   for (auto const& collection : store.collections()) {
+      parts_.push_back({collection->name(), false, collection->changes()});
+      if (kind == ChangeKind::snapshot) parts_.back().changes->othersGo();
+   }
+}
+
+bool ChangeSet::checkSome(std::size_t entries) {
+   while (!checked_ && entries-- > 0) {
+      if (!checkNext()) {
+         in_.end();
+         checked_ = true;
+      }
+   }
+   return checked_;
+}
+
+/// Checks the next entry, or enters the next collection; false at the end of the document.
+bool ChangeSet::checkNext() {
+   if (!begun_) {
+      in_.beginObject();
+      begun_ = true;
+   }
+   if (!open_) {
+      auto const name = in_.nextMember(firstCollection_);
+      if (name) openCollection(*name);
+      return name.has_value();
+   }
+   JsonReader::Inside const inCollection(in_, open_->name);
+   if (auto const id = in_.nextMember(firstEntry_)) {
+      JsonReader::Inside const inEntry(in_, *id);
+      open_->changes->check(in_, *id);
+   } else {
+      open_ = nullptr;
+   }
+   return true;
+}
+
+void ChangeSet::openCollection(std::string_view name) {
+   JsonReader::Inside const inside(in_, name);
+   std::vector<std::string_view> names;
+   for (Part const& part : parts_) names.push_back(part.name);
+   Part& part = parts_[in_.indexOf(name, names, "collection")];
+   if (part.present) in_.refuse("this collection is there twice");
+   part.present = true;
+   if (in_.takeNull()) {
+      part.changes->othersGo();
+      return;
+   }
+   in_.beginObject();
+   firstEntry_ = true;
+   open_ = &part;
+}
+
+bool ChangeSet::applySome(std::size_t entries) {
+   Trel::fmassert(checked_, "a change set is applied before it is checked");
+   using Step = CollectionChanges::Step;
+   while (part_ < parts_.size() && entries > 0) {
+      CollectionChanges& changes = *parts_[part_].changes;
+      Step const step = removing_ ? changes.removeNext() : changes.applyNext(in_, kind_);
+      if (step == Step::finished) {
+         nextPart();
+      } else {
+         --entries;
+         changed_ += step == Step::changed;
+      }
+   }
+   return part_ >= parts_.size();
+}
+
+/// From the first collection to the last, and back again to the first.
+void ChangeSet::nextPart() {
+   if (removing_) {
+      --part_;  // behind the first it is beyond all
+   } else if (++part_ == parts_.size()) {
+      removing_ = true;
+      --part_;
+   }
+}
+
+}  // namespace Store

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/store/Collection.h"
+
+namespace Store {
+
+class StateStore;
+
+/// A document on its way into the store: checked first and then applied, both in steps, so that a large one does not
+/// hold up the rest of a process. Nothing is applied before all is checked; once checked, it cannot fail.
+///
+/// One change set at a time is applied to a store. An entry is checked or applied in a few microseconds, not counting
+/// what the reactors do.
+class ChangeSet {
+ public:
+   static constexpr std::size_t kAll = ~std::size_t{0};
+
+   /// `store` outlives the change set.
+   ChangeSet(StateStore& store, ChangeKind kind, std::string document);
+
+   /// Checks up to `entries` further entries; true when all are checked. Throws StateError, and is then of no more use.
+   bool checkSome(std::size_t entries = kAll);
+
+   /// Applies up to `entries` further entries, kept ones and removals counted: first what comes or changes, in the
+   /// order of the store's collections, then what goes, in the reverse order. True when all are applied. REQUIRES:
+   /// `checkSome` has returned true.
+   bool applySome(std::size_t entries = kAll);
+
+   /// Entries added, removed or changed so far.
+   std::size_t changed() const { return changed_; }
+
+ private:
+   /// The changes of one collection, with its name in the document.
+   struct Part {
+      std::string_view name;
+      bool present;
+      std::unique_ptr<CollectionChanges> changes;
+   };
+
+   bool checkNext();
+   void openCollection(std::string_view name);
+   void nextPart();
+
+   ChangeKind const kind_;
+   std::string const document_;
+   DocumentReader in_;
+   std::vector<Part> parts_;
+   std::size_t changed_ = 0;
+
+   // Checking: inside the document, and inside one of its collections.
+   bool begun_ = false;
+   bool firstCollection_ = true;
+   bool firstEntry_ = true;
+   Part* open_ = nullptr;
+   bool checked_ = false;
+
+   // Applying: the collection that is under way, upwards and then back.
+   std::size_t part_ = 0;
+   bool removing_ = false;
+};
+
+}  // namespace Store

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "host/store/DocumentReader.h"
+
+namespace Store {
+
+/// How a document is to be understood.
+enum class ChangeKind {
+   patch,    ///< a merge patch (RFC 7396): what it does not name stays
+   snapshot  ///< the whole state: what it does not name goes, or takes its default
+};
+
+/// What one document does to one collection. The document is read twice: `check` reads each entry and changes nothing,
+/// then `applyNext` reads it again and applies it. So no entry is held in another form than its text.
+class CollectionChanges {
+ public:
+   enum class Step { unchanged, changed, finished };
+
+   virtual ~CollectionChanges() = default;
+
+   /// Checks the entry named `id`, of which the value comes next, and remembers where it is.
+   virtual void check(DocumentReader& in, std::string_view id) = 0;
+   /// The entries that are not named are removed, too.
+   void othersGo() { othersGo_ = true; }
+
+   /// Applies the next addition or change.
+   virtual Step applyNext(DocumentReader& in, ChangeKind kind) = 0;
+   /// Carries out the next removal.
+   virtual Step removeNext() = 0;
+
+ protected:
+   bool othersGo_ = false;
+};
+
+/// One collection of the document.
+class Collection {
+ public:
+   explicit Collection(std::string_view name) : name_(name) {}
+   virtual ~Collection() = default;
+
+   std::string_view name() const { return name_; }
+   /// Number of entries.
+   virtual std::size_t size() const = 0;
+   /// Appends the entries as a JSON object, in the order of their ids as text, one to a line.
+   virtual void write(std::string& out) const = 0;
+   virtual std::unique_ptr<CollectionChanges> changes() = 0;
+
+ private:
+   std::string_view name_;
+};
+
+}  // namespace Store

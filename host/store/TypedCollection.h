@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <vector>
+
+#include "host/store/Attribute.h"
+#include "host/store/Collection.h"
+#include "host/store/Home.h"
+
+namespace Store {
+
+/// Entries that are observable objects, with the attributes of one table.
+template <class Entry, auto const& Attributes>
+struct Objects {
+   static_assert(Attributes.size() <= DocumentReader::kMostMembers);
+   using Id = std::remove_cvref_t<decltype(std::declval<Entry>().id())>;
+   using Member = Vel::Ptr<Entry const>;
+
+   static void check(DocumentReader& in, Id const& id) { readInto(in, *Vel::makePtr<Entry>(id)); }
+
+   /// Builds the entry as it is to be and then publishes it, or what is different about it. True when that is a change.
+   template <class Home>
+   static bool apply(DocumentReader& in, Home& home, Id const& id, ChangeKind kind) {
+      Member const* const present = home.find(id);
+      auto const wanted = Vel::makePtr<Entry>(id);
+      if (present && kind == ChangeKind::patch) {
+         for (auto const& attribute : Attributes) attribute.assign(*wanted, **present);
+      }
+      readInto(in, *wanted);
+      if (!present) {
+         home.put(id, wanted);
+         return true;
+      }
+      bool changed = false;
+      for (auto const& attribute : Attributes) changed |= attribute.assign(writable(*present), *wanted);
+      return changed;
+   }
+
+   /// Without the attributes that have their default.
+   static Json write(Member const& member) {
+      auto const fresh = Vel::makePtr<Entry>(member->id());
+      Json written = Json::object();
+      for (auto const& attribute : Attributes) {
+         if (!attribute.same(*member, *fresh)) written[std::string(attribute.name)] = attribute.write(*member);
+      }
+      return written;
+   }
+
+ private:
+   static constexpr auto kNames = [] {
+      std::array<std::string_view, Attributes.size()> names;
+      std::ranges::transform(Attributes, names.begin(), [](auto const& attribute) { return attribute.name; });
+      return names;
+   }();
+
+   static void readInto(DocumentReader& in, Entry& entry) {
+      in.members(kNames, "attribute", [&](std::size_t index) {
+         auto const& attribute = Attributes[index];
+         if (in.takeNull()) {
+            attribute.reset(entry, *Vel::makePtr<Entry>(entry.id()));
+         } else {
+            attribute.read(in, entry);
+         }
+      });
+   }
+};
+
+/// Entries that are plain values.
+template <class Key, class Form>
+struct Values {
+   using Id = Key;
+   using Member = typename Form::Value;
+
+   static void check(DocumentReader& in, Id const& /*id*/) { taken(in); }
+
+   template <class Home>
+   static bool apply(DocumentReader& in, Home& home, Id const& id, ChangeKind /*kind*/) {
+      Member const wanted = taken(in);
+      Member const* const present = home.find(id);
+      if (present && *present == wanted) return false;
+      home.put(id, wanted);
+      return true;
+   }
+
+   static Json write(Member const& member) { return Form::write(member); }
+
+ private:
+   static Member taken(DocumentReader& in) {
+      Member value{};
+      Form::read(in, value);
+      return value;
+   }
+};
+
+template <class Home, class Content>
+class TypedChanges : public CollectionChanges {
+ public:
+   explicit TypedChanges(Home& home) : home_(home) {}
+
+   void check(DocumentReader& in, std::string_view text) override {
+      Id const id = in.idFrom<Id>(text);
+      if (entries_.contains(id)) in.refuse(fmt::format("this names the entry {} a second time", id.valueToStrep()));
+      in.kind();  // steps over the space in front of the value
+      std::size_t const begin = in.position();
+      bool const goes = in.takeNull();
+      if (!goes) Content::check(in, id);
+      entries_.insertOrAssign(id, goes ? kGoes : begin);
+   }
+
+   Step applyNext(DocumentReader& in, ChangeKind kind) override {
+      auto const entry = entries_.after(applied_);
+      if (entry == entries_.end()) return Step::finished;
+      applied_ = entry.bookmark();
+      if (entry->value == kGoes) return Step::unchanged;
+      in.positionIs(entry->value);
+      return stepOf(Content::apply(in, home_, entry->key, kind));
+   }
+
+   Step removeNext() override {
+      if (othersGo_) {
+         auto const id = home_.next(cursor_);
+         if (!id) return Step::finished;
+         std::size_t const* const named = entries_.find(*id);
+         return stepOf((!named || *named == kGoes) && home_.del(*id));
+      }
+      auto const entry = entries_.after(removed_);
+      if (entry == entries_.end()) return Step::finished;
+      removed_ = entry.bookmark();
+      return stepOf(entry->value == kGoes && home_.del(entry->key));
+   }
+
+ private:
+   using Id = typename Home::Id;
+   using Entries = Vel::HashMap2018<Id, std::size_t>;
+
+   static Step stepOf(bool changed) { return changed ? Step::changed : Step::unchanged; }
+
+   static constexpr std::size_t kGoes = ~std::size_t{0};
+   Home& home_;
+   Entries entries_;  // where the value of each entry begins in the document, or kGoes
+   typename Entries::Bookmark applied_ = 0;
+   typename Entries::Bookmark removed_ = 0;
+   typename Home::Cursor cursor_;
+};
+
+template <class Home, class Content>
+class TypedCollection : public Collection {
+ public:
+   template <class Holder>
+   TypedCollection(std::string_view name, Holder&& holder) : Collection(name), home_(std::forward<Holder>(holder)) {}
+
+   std::size_t size() const override { return home_.size(); }
+
+   void write(std::string& out) const override {
+      std::vector<std::pair<std::string, typename Home::Id>> ids;
+      ids.reserve(size());
+      typename Home::Cursor cursor;
+      while (auto const id = home_.next(cursor)) ids.emplace_back(id->valueToStrep(), *id);
+      std::ranges::sort(ids);
+      out += '{';
+      std::string_view separator = "\n";
+      for (auto const& [text, id] : ids) {
+         fmt::format_to(std::back_inserter(out), "{}    {}: {}", separator, Json(text).dump(),
+                        Content::write(*home_.find(id)).dump());
+         separator = ",\n";
+      }
+      out += "\n  }";
+   }
+
+   std::unique_ptr<CollectionChanges> changes() override {
+      return std::make_unique<TypedChanges<Home, Content>>(home_);
+   }
+
+ private:
+   static_assert(std::is_same_v<typename Home::Id, typename Content::Id>);
+   static_assert(std::is_same_v<typename Home::Member, typename Content::Member>);
+   Home home_;
+};
+
+}  // namespace Store

@@ -21,7 +21,7 @@ function(mplste_target name)
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   if(MPLSTE_SANITIZE)
-    target_compile_options(${name} PRIVATE -O1 -g1 -fno-omit-frame-pointer
+    target_compile_options(${name} PRIVATE -O0 -g1 -fno-omit-frame-pointer
       -fsanitize=address,undefined -fno-sanitize-recover=all)
     target_link_options(${name} PRIVATE -fsanitize=address,undefined)
   endif()

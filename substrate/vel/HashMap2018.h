@@ -158,7 +158,8 @@ class HashMap2018 {
       bool operator()(Position a, KeyView view) const { return map->slots_[a].entry.key == view.key; }
       bool operator()(KeyView view, Position a) const { return map->slots_[a].entry.key == view.key; }
    };
-   using Index = tsl::hopscotch_set<Position, Hash, Equal>;
+   // Hashes are stored, so that growing the index does not hash every key again.
+   using Index = tsl::hopscotch_set<Position, Hash, Equal, std::allocator<Position>, 30, true>;
 
    static constexpr std::size_t kAbsent = ~std::size_t{0};
    static constexpr std::size_t kUnindexed = 8;

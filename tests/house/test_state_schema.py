@@ -80,7 +80,7 @@ def test_the_patch_schema_is_the_document_schema_with_null_allowed():
 # collection, what stands in it
 ACCEPTED = [
     ("pathSpec", {"cli:gold": {}}),
-    ("pathSpec", {"auto:a:b/c d.é": {"name": "", "type": "dynamic"}}),
+    ("pathSpec", {"auto:a:b/c d.é": {"name": "x", "type": "dynamic"}}),
     ("pathSpec", {"controller:video%40prime%25%23%0a%0A": {"type": "unknown"}}),
     ("pathSpec", {"cli:" + "n" * 1024: {"name": "n" * 1024}}),
     ("subTunnelConfig", {"cli:to-rome#1": {}, "cli:to-rome#4294967295": {}}),
@@ -118,6 +118,7 @@ REFUSED = [
     ("an unknown path spec type", "pathSpec", {"cli:gold": {"type": "loose"}}),
     ("a path spec type as number", "pathSpec", {"cli:gold": {"type": 1}}),
     ("a name that is a number", "pathSpec", {"cli:gold": {"name": 7}}),
+    ("an empty name", "pathSpec", {"cli:gold": {"name": ""}}),
     ("a name that holds NUL", "pathSpec", {"cli:gold": {"name": "a\0b"}}),
     ("a name attribute that is too long", "pathSpec", {"cli:gold": {"name": "n" * 1025}}),
     ("an id without a source", "pathSpec", {"gold": {}}),

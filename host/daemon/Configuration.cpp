@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/Configuration.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iomanip>
+#include <sstream>
+#include <system_error>
+
+#include "host/daemon/NetSnmp.h"
+
+namespace Daemon {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Who may read when nobody has said who: on IPv4, IPv6 and unix sockets, from this machine, and not the agent's own
+/// tables of users and rights.
+constexpr std::array kDefaultAccess{"com2sec mplsted 127.0.0.1 public",
+                                    "com2sec6 mplsted ::1 public",
+                                    "com2secunix mplsted default public",
+                                    "group mplsted v1 mplsted",
+                                    "group mplsted v2c mplsted",
+                                    "view mplsted included .1.3.6.1.2.1.1",
+                                    "view mplsted included .1.3.6.1.2.1.10.166",
+                                    "access mplsted \"\" any noauth exact mplsted none none"};
+
+/// A path that holds no file, whatever its name.
+constexpr char const* kNowhere = "/dev/null";
+
+/// Where net-snmp is to look for its configuration, without the directory in which it keeps things for itself, under
+/// the same names: that it reads anyway, and what is read twice it keeps no more.
+std::vector<fs::path> searchPath() {
+   char const* const chosen = std::getenv("SNMPCONFPATH");
+   std::istringstream path(chosen ? chosen : get_configuration_directory());
+   std::vector<fs::path> directories;
+   for (std::string directory; std::getline(path, directory, ':');) {
+      if (directory != get_persistent_directory()) directories.emplace_back(directory);
+   }
+   return directories;
+}
+
+/// The first mplsted.conf, or nothing.
+fs::path findFile(std::vector<fs::path> const& directories) {
+   for (fs::path const& directory : directories) {
+      for (char const* const name : {"mplsted.conf", "mplsted.local.conf"}) {
+         if (fs::is_regular_file(directory / name)) return directory / name;
+      }
+   }
+   return {};
+}
+
+void setSearchPath(std::vector<fs::path> const& directories) {
+   std::string path;
+   for (fs::path const& directory : directories) path += (path.empty() ? "" : ":") + directory.string();
+   set_configuration_directory(path.empty() ? kNowhere : path.c_str());
+   // This would take precedence, and then net-snmp would not read what it has kept.
+   unsetenv("SNMPCONFPATH");
+}
+
+/// net-snmp 5.9 crashes on a createUser line that names an authentication protocol and no passphrase.
+bool lacksPassphrase(std::string const& line) {
+   std::istringstream text(line);
+   std::vector<std::string> words;
+   for (std::string word; text >> std::quoted(word);) words.push_back(word);
+   if (words.empty() || words.front() != "createUser") return false;
+   std::size_t const user = words.size() > 1 && words[1] == "-e" ? 3 : 1;
+   return words.size() == user + 2;
+}
+
+void check(fs::path const& file) {
+   std::ifstream lines(file);
+   if (!lines) {
+      throw ConfigurationError(
+            fmt::format("cannot read the configuration {}: {}", file.string(), std::generic_category().message(errno)));
+   }
+   std::string line;
+   for (unsigned number = 1; std::getline(lines, line); ++number) {
+      if (lacksPassphrase(line)) {
+         throw ConfigurationError(
+               fmt::format("{}: line {}: Error: createUser wants a passphrase behind the authentication protocol",
+                           file.string(), number));
+      }
+   }
+   if (lines.bad()) throw ConfigurationError(fmt::format("cannot read the configuration {}", file.string()));
+}
+
+}  // namespace
+
+PrivateDirectory::PrivateDirectory() {
+   std::string name = (fs::temp_directory_path() / "mplsted.XXXXXX").string();
+   if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category(), "cannot make " + name);
+   path_ = name;
+}
+
+PrivateDirectory::~PrivateDirectory() {
+   std::error_code ignored;
+   fs::remove_all(path_, ignored);
+}
+
+Configuration::Configuration(fs::path const& file) : file_(file) {
+   // Numeric OIDs only: reading the MIBs would cost more time and memory than all tunnels.
+   setenv("MIBS", "", 0);
+   if (!std::getenv("SNMP_PERSISTENT_DIR") && ::access(get_persistent_directory(), W_OK) != 0) {
+      persistent_.emplace();
+      set_persistent_directory(persistent_->path().c_str());
+   }
+
+   if (file_.empty()) {
+      auto const directories = searchPath();
+      setSearchPath(directories);
+      file_ = findFile(directories);
+   } else {
+      setSearchPath({});
+      netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, file_.c_str());
+   }
+   if (file_.empty()) {
+      for (char const* const line : kDefaultAccess) netsnmp_config_remember(std::string(line).data());
+   } else {
+      check(file_);
+   }
+}
+
+std::vector<std::string> Configuration::checked(std::vector<std::string> const& complaints) const {
+   auto const inFile = [](std::string const& complaint) { return complaint.find(": line ") != std::string::npos; };
+   std::vector<std::string> others;
+   for (std::string const& complaint : complaints) {
+      if (complaint.starts_with("Warning: no access control information configured")) {
+         throw ConfigurationError(
+               fmt::format("{}: it lets nobody in; add a line such as: rocommunity public 127.0.0.1", file_.string()));
+      }
+      // What net-snmp itself has written is no reason to stay away.
+      bool const ours = !complaint.starts_with(get_persistent_directory());
+      if (ours && inFile(complaint)) throw ConfigurationError(complaint);
+      others.push_back(complaint);
+   }
+   return others;
+}
+
+std::string Configuration::access() const {
+   return file_.empty() ? "community public, read-only" : fmt::format("access as in {}", file_.string());
+}
+
+}  // namespace Daemon

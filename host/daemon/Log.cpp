@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/Log.h"
+
+#include <fmt/format.h>
+#include <spdlog/sinks/stdout_sinks.h>
+
+#include <utility>
+
+namespace Daemon {
+
+namespace {
+
+constexpr std::size_t kErrorTexts = 100;
+constexpr std::chrono::hours kErrorSpan(1);
+
+}  // namespace
+
+std::string oneLine(std::string_view text) {
+   while (text.ends_with('\n')) text.remove_suffix(1);
+   std::string line;
+   line.reserve(text.size());
+   for (unsigned char const c : text) {
+      if (c < ' ' || c == 0x7f) {
+         fmt::format_to(std::back_inserter(line), "\\x{:02x}", c);
+      } else {
+         line.push_back(static_cast<char>(c));
+      }
+   }
+   return line;
+}
+
+bool RepeatFilter::admits(std::string_view text, Clock::time_point now) {
+   if (now >= spanEnd_) {
+      spanEnd_ = now + span_;
+      written_.clear();
+   }
+   if (written_.contains(text) || written_.size() == limit_) return false;
+   written_.emplace(text);
+   return true;
+}
+
+Log::Log()
+      : logger_(std::make_shared<spdlog::logger>("mplsted", std::make_shared<spdlog::sinks::stderr_sink_st>())),
+        errors_(kErrorTexts, kErrorSpan) {
+   logger_->set_pattern("%Y-%m-%d %H:%M:%S.%e %l: %v");
+   logger_->set_level(spdlog::level::trace);
+   logger_->flush_on(spdlog::level::trace);
+   formerSink_ = Trel::traceSinkIs([this](Trel::TraceRecord const& record) { trace(record); });
+}
+
+Log::~Log() { Trel::traceSinkIs(std::move(formerSink_)); }
+
+void Log::traceLevelsIs(std::string const& handle, Trel::TraceLevels levels) {
+   wanted_.insert(handle);
+   Trel::traceLevelsIs(handle, levels);
+}
+
+void Log::trace(Trel::TraceRecord const& record) {
+   bool const isError = record.level == 0;
+   if (isError && !wanted_.contains(record.handle) && !errors_.admits(record.text, RepeatFilter::Clock::now())) return;
+   logger_->log(isError ? spdlog::level::err : spdlog::level::trace, "{} {}: {}", record.handle, record.level,
+                oneLine(record.text));
+}
+
+}  // namespace Daemon

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <spdlog/logger.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "substrate/trel/Trace.h"
+
+namespace Daemon {
+
+/// `text` as one line: control characters become \xNN, but for a line break at its end, which goes.
+std::string oneLine(std::string_view text);
+
+/// Keeps the log from being filled with lines that a manager can cause at will, by asking for columns that are not
+/// served: each text once in a span of time, and no more than a number of texts.
+class RepeatFilter {
+ public:
+   using Clock = std::chrono::steady_clock;
+   RepeatFilter(std::size_t texts, Clock::duration span) : limit_(texts), span_(span) {}
+
+   /// Whether `text` may be written at `now`.
+   bool admits(std::string_view text, Clock::time_point now);
+
+ private:
+   std::size_t limit_;
+   Clock::duration span_;
+   Clock::time_point spanEnd_ = Clock::time_point::min();
+   std::set<std::string, std::less<>> written_;
+};
+
+/// The log of the process, on the standard error stream. While it lives, trace lines go there too, with their handle
+/// and level. Error lines (level 0) that repeat are written once an hour, but for handles that somebody wants to see.
+class Log {
+ public:
+   Log();
+   ~Log();
+   Log(Log const&) = delete;
+   Log& operator=(Log const&) = delete;
+
+   void error(std::string_view text) { logger_->error("{}", oneLine(text)); }
+   void warn(std::string_view text) { logger_->warn("{}", oneLine(text)); }
+
+   /// Enables these levels of a trace handle, and writes all its lines.
+   void traceLevelsIs(std::string const& handle, Trel::TraceLevels levels);
+
+ private:
+   void trace(Trel::TraceRecord const& record);
+
+   std::shared_ptr<spdlog::logger> logger_;
+   RepeatFilter errors_;
+   std::set<std::string, std::less<>> wanted_;
+   Trel::TraceSink formerSink_;
+};
+
+}  // namespace Daemon

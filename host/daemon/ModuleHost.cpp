@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/ModuleHost.h"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "host/snmp/SnmpUtil.h"
+#include "substrate/vel/Generic.h"
+#include "substrate/vel/TypeRegistry.h"
+
+namespace Daemon {
+
+namespace {
+
+constexpr char const* kMibDirectory = "snmp/mpls";
+constexpr char const* kMib = "mplsTeMib";
+constexpr char const* kModuleRoot = "mplsTeRoot";
+
+/// The linker's name of `void unregister_<module>(Vel::String)`.
+std::string unregisterSymbol(std::string const& moduleName) {
+   std::string const function = "unregister_" + moduleName;
+   return fmt::format("_Z{}{}N3Vel6StringE", function.size(), function);
+}
+
+Vel::Any pointer(Vel::Ptr<Vel::PtrInterface const> object) { return object; }
+
+}  // namespace
+
+Library::Library(std::filesystem::path const& file)
+      : file_(file), handle_(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL)) {
+   if (!handle_) throw ModuleError(fmt::format("cannot load the module: {}; name another with --module", dlerror()));
+}
+
+Library::~Library() { dlclose(handle_); }
+
+void* Library::symbol(std::string const& name) const {
+   void* const found = dlsym(handle_, name.c_str());
+   if (!found) throw ModuleError(fmt::format("{} is not a MIB module: it has no symbol {}", file_.string(), name));
+   return found;
+}
+
+ModuleEntities::ModuleEntities(Library const& library, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs)
+      : dir_(root->dirIs(kMibDirectory)) {
+   try {
+      mount(inputs);
+   } catch (Vel::Exception const& error) {
+      unmount();
+      throw ModuleError(fmt::format("{} is not a MIB module: {}", library.file().string(), error.what()));
+   }
+}
+
+void ModuleEntities::mount(ModuleInputs const& inputs) {
+   auto const helper = Vel::TypeRegistry::instance().construct("MplsSnmp::HopTableHelper", {});
+   mib_ = dir_->newEntity("MplsSnmp::MplsTeMib", kMib);
+   moduleRoot_ = dir_->newEntity("MplsSnmp::Root", kModuleRoot);
+   std::array<Vel::Any, 6> const arguments{Vel::Ptr<Vel::PtrInterface>(mib_), helper,
+                                           pointer(inputs.lerConfig),         pointer(inputs.lerStatus),
+                                           pointer(inputs.kelpStatus),        pointer(inputs.counters)};
+   if (!Vel::attributeSet(*moduleRoot_, "rsvpTeSnmpAgent", arguments).known()) {
+      throw Vel::Exception("its root has no attribute rsvpTeSnmpAgent");
+   }
+}
+
+ModuleEntities::~ModuleEntities() { unmount(); }
+
+void ModuleEntities::unmount() {
+   for (auto const& entity : {std::exchange(moduleRoot_, nullptr), std::exchange(mib_, nullptr)}) {
+      if (entity) dir_->entityDel(entity->name());
+   }
+}
+
+void ModuleEntities::stop() { Vel::attributeDel(*moduleRoot_, "rsvpTeSnmpAgent"); }
+
+std::size_t ModuleEntities::tunnels() const {
+   auto const keys = Vel::attributeKeys(*mib_, "mplsTunnelTable");
+   auto const* const list = std::any_cast<std::vector<Vel::Any>>(&keys.value);
+   return list ? list->size() : 0;
+}
+
+ModuleRegistration::ModuleRegistration(Library const& library, std::vector<Snmp::HandlerRegistration*> const& known,
+                                       std::vector<std::string> const& contexts)
+      // What could not be unloaded is not loaded.
+      : unregister_(reinterpret_cast<void (*)(Vel::String)>(library.symbol(unregisterSymbol(library.file().stem())))) {
+   auto const served = [this](Vel::String const& context) {
+      return std::ranges::find(contexts_, context) != contexts_.end();
+   };
+   std::vector<Vel::String> wanted{Vel::String()};
+   wanted.insert(wanted.end(), contexts.begin(), contexts.end());
+   for (Vel::String const& context : wanted) {
+      if (served(context)) continue;
+      contexts_.push_back(context);
+      for (auto* const registration : Snmp::AutoRegistree::registrations()) {
+         if (std::ranges::find(known, registration) == known.end()) registration->initHandler(context);
+      }
+   }
+}
+
+ModuleRegistration::~ModuleRegistration() {
+   for (Vel::String const& context : contexts_) unregister_(context);
+}
+
+ModuleHost::AgentRoot::AgentRoot(Vel::Ptr<Vel::EntityDir> const& root) { SnmpUtil::agentRootIs(root); }
+
+ModuleHost::AgentRoot::~AgentRoot() { SnmpUtil::agentRootIs(nullptr); }
+
+ModuleHost::ModuleHost(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root,
+                       ModuleInputs const& inputs, std::vector<std::string> const& contexts)
+      : known_(Snmp::AutoRegistree::registrations()),
+        library_(file),
+        agentRoot_(root),
+        entities_(library_, root, inputs),
+        registration_(library_, known_, contexts) {}
+
+// The derivation ends before its tables are taken from the agent, the entities and the library follow.
+ModuleHost::~ModuleHost() { entities_.stop(); }
+
+std::filesystem::path ownModule() {
+   namespace fs = std::filesystem;
+   constexpr char const* kFile = "mplsTeStdMIB.so";
+   fs::path const beside = fs::read_symlink("/proc/self/exe").parent_path() / kFile;
+   fs::path const installed = fs::path(MPLSTE_MODULE_DIR) / kFile;
+   for (fs::path const& file : {beside, installed}) {
+      if (fs::exists(file)) return file;
+   }
+   throw ModuleError(
+         fmt::format("there is neither {} nor {}; name the module with --module", beside.string(), installed.string()));
+}
+
+}  // namespace Daemon

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/snmp/HandlerRegistration.h"
+#include "inputs/rsvp/KelpStatus.h"
+#include "inputs/rsvp/LerConfig.h"
+#include "inputs/rsvp/LerHiveStatus.h"
+#include "inputs/tallies/CounterTable.h"
+#include "substrate/vel/EntityDir.h"
+
+namespace Daemon {
+
+/// A module cannot be loaded, or is not one. The text names the file.
+class ModuleError : public std::runtime_error {
+   using std::runtime_error::runtime_error;
+};
+
+/// The published state that a module's rows are derived from. REQUIRES: none is null.
+struct ModuleInputs {
+   Vel::Ptr<Rsvp::RsvpLerConfig const> lerConfig;
+   Vel::Ptr<Rsvp::RsvpLerHiveStatus const> lerStatus;
+   Vel::Ptr<Rsvp::RsvpKelpStatus const> kelpStatus;
+   Vel::Ptr<Tallies::CounterTable const> counters;
+};
+
+/// A shared library that is loaded for as long as this lives.
+class Library {
+ public:
+   /// Throws ModuleError with what the dynamic linker says.
+   explicit Library(std::filesystem::path const& file);
+   ~Library();
+   Library(Library const&) = delete;
+   Library& operator=(Library const&) = delete;
+
+   std::filesystem::path const& file() const { return file_; }
+   /// Throws ModuleError when the library has no such symbol.
+   void* symbol(std::string const& name) const;
+
+ private:
+   std::filesystem::path file_;
+   void* handle_;
+};
+
+/// The entities that a module works with, made by the names of their types.
+class ModuleEntities {
+ public:
+   /// Throws ModuleError when the library has not brought the types.
+   ModuleEntities(Library const& library, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs);
+   ~ModuleEntities();
+   ModuleEntities(ModuleEntities const&) = delete;
+   ModuleEntities& operator=(ModuleEntities const&) = delete;
+
+   /// Lets the derivation of the rows go.
+   void stop();
+   std::size_t tunnels() const;
+
+ private:
+   void mount(ModuleInputs const& inputs);
+   void unmount();
+
+   Vel::Ptr<Vel::EntityDir> dir_;
+   Vel::Ptr<Vel::Entity> mib_;
+   Vel::Ptr<Vel::Entity> moduleRoot_;
+};
+
+/// The registration of a module's tables with net-snmp, in the default context and in others.
+class ModuleRegistration {
+ public:
+   /// `known`: the registrations that were there before the module was loaded. REQUIRES: the agent root is set.
+   ModuleRegistration(Library const& library, std::vector<Snmp::HandlerRegistration*> const& known,
+                      std::vector<std::string> const& contexts);
+   ~ModuleRegistration();
+   ModuleRegistration(ModuleRegistration const&) = delete;
+   ModuleRegistration& operator=(ModuleRegistration const&) = delete;
+
+ private:
+   void (*unregister_)(Vel::String context);
+   std::vector<Vel::String> contexts_;  // those initialised so far
+};
+
+/// Runs a MIB module in this process: loads it, creates its entities below the agent's root, gives it its inputs and
+/// registers its tables. The module is known by its file and by the names of its types alone. When the host goes, the
+/// module leaves nothing behind: no registration, no type, no task, no memory, no mapping.
+///
+/// Works in an agent of our own and inside a stock snmpd alike; net-snmp's agent library must be initialised. The
+/// tasks of the module are run by somebody else, see TaskRunner.
+class ModuleHost {
+ public:
+   /// `contexts`: SNMP contexts besides the default one. Throws ModuleError; then nothing of the module is left.
+   ModuleHost(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs,
+              std::vector<std::string> const& contexts);
+   ~ModuleHost();
+   ModuleHost(ModuleHost const&) = delete;
+   ModuleHost& operator=(ModuleHost const&) = delete;
+
+   /// Rows of mplsTunnelTable. Counts them one by one.
+   std::size_t tunnels() const { return entities_.tunnels(); }
+
+ private:
+   struct AgentRoot {
+      explicit AgentRoot(Vel::Ptr<Vel::EntityDir> const& root);
+      ~AgentRoot();
+   };
+
+   std::vector<Snmp::HandlerRegistration*> known_;
+   Library library_;
+   AgentRoot agentRoot_;
+   ModuleEntities entities_;
+   ModuleRegistration registration_;
+};
+
+/// The module that belongs to the running program: beside it where it was built, else where it is installed.
+/// Throws ModuleError, naming both places, when it is in neither.
+std::filesystem::path ownModule();
+
+}  // namespace Daemon

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "substrate/trel/Trace.h"
+
+namespace Daemon {
+
+/// What mplsted is told on its command line.
+struct Options {
+   struct Trace {
+      std::string handle;
+      Trel::TraceLevels levels;
+      bool operator==(Trace const&) const = default;
+   };
+
+   std::filesystem::path state;
+   /// Addresses in net-snmp's notation, such as "udp:127.0.0.1:11161". Empty: those of the configuration.
+   std::vector<std::string> listen;
+   /// Empty: the module that belongs to this program.
+   std::filesystem::path module;
+   /// The shared memory that holds the counters; empty: none.
+   std::string counters;
+   /// Whose that memory must be, beside our own and root's; see ShmCounterTable.
+   std::optional<uid_t> countersOwner;
+   /// Empty: mplsted.conf, where net-snmp looks for it.
+   std::filesystem::path config;
+   std::vector<Trace> traces;
+   /// SNMP contexts to serve besides the default one.
+   std::vector<std::string> contexts;
+};
+
+/// The command line is wrong; the text says what and where to look.
+class UsageError : public std::runtime_error {
+   using std::runtime_error::runtime_error;
+};
+
+/// Reads the arguments (without the program's name). Prints to the standard output and returns nothing when they ask
+/// for the help text or the version. Throws UsageError.
+std::optional<Options> parseOptions(std::span<char const* const> arguments);
+
+}  // namespace Daemon

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Daemon {
+
+/// What mplsted says once, when all rows of the first state are there.
+struct Ready {
+   std::size_t tunnels;
+   std::filesystem::path state;
+   std::vector<std::string> addresses;
+   std::string access;
+   /// From the start of the process until requests were answered, and until the rows of the first state were there.
+   std::chrono::milliseconds firstAnswer;
+   std::chrono::milliseconds allRows;
+};
+
+/// One line, without its end: "ready: 13 tunnels from headend.json, SNMP on ...".
+std::string toText(Ready const& ready);
+
+}  // namespace Daemon

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+
+#include "host/daemon/Descriptor.h"
+#include "host/daemon/Watch.h"
+
+namespace Daemon {
+
+/// Holds back the signals that ask the process to end (SIGTERM, SIGINT, SIGHUP), and lets writing to a closed pipe or
+/// connection fail instead of ending the process. To be called before anything that such a signal must not interrupt.
+void blockEndingSignals();
+
+/// Hands the signals that are held back to the event loop.
+class Signals {
+ public:
+   Signals(std::function<void()> end, ErrorHandler failed);
+
+ private:
+   Descriptor descriptor_;
+   Watch watch_;
+};
+
+}  // namespace Daemon

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/SnmpAgent.h"
+
+#include <arpa/inet.h>
+#include <fmt/format.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <sstream>
+#include <system_error>
+
+#include "host/daemon/NetSnmp.h"
+
+namespace Daemon {
+
+namespace {
+
+/// The program's name to net-snmp: its configuration is in mplsted.conf.
+constexpr char const* kName = "mplsted";
+
+/// What addresses of unix sockets begin with.
+constexpr std::string_view kUnix = "unix:";
+
+std::string inetText(int family, void const* address, in_port_t port, bool stream) {
+   char host[INET6_ADDRSTRLEN] = "";
+   inet_ntop(family, address, host, sizeof host);
+   std::string const protocol = stream ? "tcp" : "udp";
+   return family == AF_INET6 ? fmt::format("{}6:[{}]:{}", protocol, host, ntohs(port))
+                             : fmt::format("{}:{}:{}", protocol, host, ntohs(port));
+}
+
+/// The address of a socket in net-snmp's notation; `asked` where it has none that could be shown.
+std::string boundAddress(int socket, std::string const& asked) {
+   union {
+      sockaddr_storage any;
+      sockaddr_in v4;
+      sockaddr_in6 v6;
+      sockaddr_un local;
+   } address{};
+   socklen_t length = sizeof address;
+   int type = 0;
+   socklen_t typeLength = sizeof type;
+   if (getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
+       getsockopt(socket, SOL_SOCKET, SO_TYPE, &type, &typeLength) != 0) {
+      return asked;
+   }
+   bool const stream = type == SOCK_STREAM;
+   switch (address.any.ss_family) {
+      case AF_INET:
+         return inetText(AF_INET, &address.v4.sin_addr, address.v4.sin_port, stream);
+      case AF_INET6:
+         return inetText(AF_INET6, &address.v6.sin6_addr, address.v6.sin6_port, stream);
+      case AF_UNIX:
+         return fmt::format("{}{}", kUnix, address.local.sun_path);
+      default:
+         return asked;
+   }
+}
+
+std::vector<std::string> configuredAddresses() {
+   char const* const text = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);
+   std::istringstream list(text ? text : SnmpAgent::kDefaultAddress);
+   std::vector<std::string> addresses;
+   for (std::string address; std::getline(list, address, ',');) addresses.push_back(address);
+   return addresses;
+}
+
+}  // namespace
+
+SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog, Log& log) {
+   // A line in the log for each packet is no use to anybody.
+   netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
+   init_agent(kName);
+   init_vacm_vars();
+   init_usmUser();
+   init_system_mib();
+   netSnmpLog.keep();
+   init_snmp(kName);
+   try {
+      for (std::string const& complaint : configuration.checked(netSnmpLog.kept())) log.warn(complaint);
+   } catch (...) {
+      snmp_shutdown(kName);
+      throw;
+   }
+}
+
+SnmpAgent::Library::~Library() { snmp_shutdown(kName); }
+
+SnmpAgent::SnmpAgent(Configuration& configuration, std::vector<std::string> const& addresses, Log& log)
+      : netSnmpLog_(log), library_(configuration, netSnmpLog_, log) {
+   for (std::string const& address : addresses.empty() ? configuredAddresses() : addresses) listen(address);
+}
+
+SnmpAgent::~SnmpAgent() {
+   // net-snmp leaves the files of its unix sockets behind.
+   for (std::string const& address : addresses_) {
+      if (address.starts_with(kUnix)) unlink(address.c_str() + kUnix.size());
+   }
+}
+
+void SnmpAgent::listen(std::string const& address) {
+   errno = 0;
+   netsnmp_transport* const transport = netsnmp_transport_open_server("snmp", address.c_str());
+   if (!transport) {
+      // Without a number it was the notation that net-snmp did not understand, or a host name.
+      std::string const reason =
+            errno != 0 ? std::generic_category().message(errno) : "no such address; one looks like udp:127.0.0.1:11161";
+      throw ListenError(fmt::format("cannot listen on {}: {}", address, reason));
+   }
+   int const socket = transport->sock;
+   if (netsnmp_register_agent_nsap(transport) == 0) {
+      throw ListenError(fmt::format("cannot listen on {}: net-snmp refuses it", address));
+   }
+   addresses_.push_back(boundAddress(socket, address));
+}
+
+void SnmpAgent::run() {
+   // Kept at once, for the case that the process does not end by its own will.
+   snmp_store(kName);
+   running_ = true;
+   while (running_) agent_check_and_process(1);
+   if (error_) throw std::runtime_error(*error_);
+}
+
+void SnmpAgent::fail(std::string_view error) {
+   if (!error_) error_ = error;
+   stop();
+}
+
+}  // namespace Daemon

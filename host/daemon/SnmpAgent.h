@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/daemon/Configuration.h"
+#include "host/daemon/NetSnmpLog.h"
+#include "host/daemon/Options.h"
+
+namespace Daemon {
+
+/// An address cannot be listened on. The text names it and says why.
+class ListenError : public std::runtime_error {
+   using std::runtime_error::runtime_error;
+};
+
+/// The SNMP agent of this process: net-snmp's library with its configuration, its sockets and its event loop. Exists
+/// once, and cannot be made again after it has gone.
+class SnmpAgent {
+ public:
+   /// Where it listens when nothing else is said.
+   static constexpr char const* kDefaultAddress = "udp:127.0.0.1:11161";
+
+   /// Listens on `addresses`, or where the configuration says, or on the default address.
+   /// Throws ConfigurationError and ListenError.
+   SnmpAgent(Configuration& configuration, std::vector<std::string> const& addresses, Log& log);
+   ~SnmpAgent();
+   SnmpAgent(SnmpAgent const&) = delete;
+   SnmpAgent& operator=(SnmpAgent const&) = delete;
+
+   /// The addresses that it listens on, with the ports that it was given.
+   std::vector<std::string> const& addresses() const { return addresses_; }
+
+   /// Answers requests, watches descriptors and sleeps in between, until `stop`. Throws std::runtime_error after
+   /// `fail`.
+   void run();
+   void stop() { running_ = false; }
+   /// Stops with an error; the first one counts.
+   void fail(std::string_view error);
+
+ private:
+   struct Library {
+      explicit Library(Configuration& configuration, NetSnmpLog& netSnmpLog, Log& log);
+      ~Library();
+   };
+   void listen(std::string const& address);
+
+   NetSnmpLog netSnmpLog_;
+   Library library_;
+   std::vector<std::string> addresses_;
+   bool running_ = false;
+   std::optional<std::string> error_;
+};
+
+}  // namespace Daemon

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+
+#include "host/daemon/Descriptor.h"
+#include "host/daemon/Watch.h"
+#include "substrate/orb/TaskScheduler.h"
+
+namespace Daemon {
+
+/// Runs the tasks of this thread's scheduler in net-snmp's event loop: a short slice at a time between the requests
+/// while there is work, and nothing at all while there is none.
+class TaskRunner {
+ public:
+   /// `idle` is called whenever no task is left, for the first time also when there was none from the start.
+   TaskRunner(std::function<void()> idle, ErrorHandler failed);
+   ~TaskRunner();
+   TaskRunner(TaskRunner const&) = delete;
+   TaskRunner& operator=(TaskRunner const&) = delete;
+
+ private:
+   void run();
+
+   Vel::Ptr<Orb::TaskScheduler> scheduler_;
+   std::function<void()> idle_;
+   Descriptor wakeUp_;  // readable for as long as there is work
+   Watch watch_;
+};
+
+}  // namespace Daemon

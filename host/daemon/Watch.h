@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace Daemon {
+
+/// Takes the text of an error that must not pass through net-snmp, which is C.
+using ErrorHandler = std::function<void(std::string_view)>;
+
+/// A descriptor of ours in net-snmp's event loop, be it our own agent's or that of a stock snmpd. Does not own the
+/// descriptor. `readable` is called whenever there is something to read, and may destroy the watch.
+class Watch {
+ public:
+   /// Throws std::runtime_error when net-snmp has no place left: it holds 32 descriptors.
+   Watch(int descriptor, std::function<void()> readable, ErrorHandler failed);
+   ~Watch();
+   Watch(Watch const&) = delete;
+   Watch& operator=(Watch const&) = delete;
+
+ private:
+   struct Callbacks {
+      std::function<void()> readable;
+      ErrorHandler failed;
+   };
+   static void call(int descriptor, void* callbacks) noexcept;
+
+   int descriptor_;
+   std::shared_ptr<Callbacks> callbacks_;
+};
+
+}  // namespace Daemon

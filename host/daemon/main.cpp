@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "host/daemon/Configuration.h"
+#include "host/daemon/Log.h"
+#include "host/daemon/ModuleHost.h"
+#include "host/daemon/Options.h"
+#include "host/daemon/Ready.h"
+#include "host/daemon/Signals.h"
+#include "host/daemon/SnmpAgent.h"
+#include "host/daemon/TaskRunner.h"
+#include "host/feed/FileFeed.h"
+#include "host/store/StateStore.h"
+#include "inputs/tallies/ShmCounterTable.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::chrono::milliseconds since(Clock::time_point start) {
+   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+}
+
+void warnOfUnknownHandles(std::vector<Daemon::Options::Trace> const& traces, Daemon::Log& log) {
+   auto const handles = Trel::traceHandles();
+   for (auto const& trace : traces) {
+      if (std::ranges::any_of(handles, [&](auto const* handle) { return handle->name() == trace.handle; })) continue;
+      std::string names;
+      for (auto const* const handle : handles) names += " " + handle->name();
+      log.warn(fmt::format("--trace {}: nothing traces under that name so far, but{}", trace.handle, names));
+   }
+}
+
+/// The counters that the forwarding plane writes; without a name for them all read as zero.
+Vel::Ptr<Tallies::CounterTable> counterTable(Daemon::Options const& options) {
+   constexpr char entity[] = "mplsTunnelCounterTable";
+   if (options.counters.empty()) return Vel::makePtr<Tallies::CounterTable>(entity);
+   return Vel::makePtr<Tallies::ShmCounterTable>(
+         entity, Tallies::ShmCounterTable::Options{.name = options.counters, .owner = options.countersOwner});
+}
+
+/// Runs until a signal ends it. Whatever cannot be used is refused before anything is served.
+void serve(Daemon::Options const& options, Clock::time_point start) {
+   Daemon::Log log;
+   for (auto const& trace : options.traces) log.traceLevelsIs(trace.handle, trace.levels);
+   Daemon::blockEndingSignals();
+
+   auto const root = Vel::makePtr<Vel::EntityDir>("");
+   Store::StateStore store(root);
+   // What is wrong with the file keeps it from starting, and is only logged later on.
+   std::string refusal;
+   Feed::FileFeed::Report report = [&refusal](std::string const& line) { refusal = line; };
+   Feed::FileFeed feed(store, options.state, [&report](std::string const& line) { report(line); });
+   if (!feed.load()) throw std::runtime_error(refusal);
+   report = [&log](std::string const& line) { log.error(line); };
+
+   Daemon::Configuration configuration(options.config);
+   Daemon::SnmpAgent agent(configuration, options.listen, log);
+   auto const failed = [&agent](std::string_view error) { agent.fail(error); };
+
+   auto const counters = counterTable(options);
+   Daemon::ModuleHost const module(options.module.empty() ? Daemon::ownModule() : options.module, root,
+                                   {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
+                                   options.contexts);
+
+   Daemon::Signals const signals([&agent] { agent.stop(); }, failed);
+   Daemon::Watch const feedWatch(
+         feed.descriptor(), [&] { feed.handleReadable(); }, failed);
+
+   std::chrono::milliseconds firstAnswer{};
+   bool saidReady = false;
+   Daemon::TaskRunner const tasks(
+         [&] {
+            if (std::exchange(saidReady, true)) return;
+            fmt::print("{}\n", toText(Daemon::Ready{module.tunnels(), options.state, agent.addresses(),
+                                                    configuration.access(), firstAnswer, since(start)}));
+            std::fflush(stdout);
+            warnOfUnknownHandles(options.traces, log);
+         },
+         failed);
+   firstAnswer = since(start);
+   agent.run();
+}
+
+int fail(std::string_view message, int code) {
+   fmt::print(stderr, "mplsted: {}\n", Daemon::oneLine(message));
+   return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+   auto const start = Clock::now();
+   try {
+      auto const options = Daemon::parseOptions(std::span(argv, argc).subspan(1));
+      if (options) serve(*options, start);
+      return 0;
+   } catch (Daemon::UsageError const& error) {
+      return fail(error.what(), 2);
+   } catch (std::exception const& error) {
+      return fail(error.what(), 1);
+   }
+}

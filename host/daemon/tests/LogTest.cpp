@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/Log.h"
+
+#include <gmock/gmock.h>
+
+#include "host/daemon/Ready.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::HasSubstr;
+
+TEST(OneLine, aTextStaysOneLineWhateverItHolds) {
+   EXPECT_EQ(Daemon::oneLine("tunnel to Köln"), "tunnel to Köln");
+   EXPECT_EQ(Daemon::oneLine("a\nb\x1b[31m\x7f"), "a\\x0ab\\x1b[31m\\x7f");
+   EXPECT_EQ(Daemon::oneLine("net-snmp ends its lines\n"), "net-snmp ends its lines");
+}
+
+TEST(RepeatFilter, aTextIsWrittenOnceInASpanOfTime) {
+   Daemon::RepeatFilter filter(10, 1h);
+   Daemon::RepeatFilter::Clock::time_point const start{};
+   EXPECT_TRUE(filter.admits("invalid column 11", start));
+   EXPECT_TRUE(filter.admits("invalid column 17", start));
+   EXPECT_FALSE(filter.admits("invalid column 11", start + 59min));
+   EXPECT_TRUE(filter.admits("invalid column 11", start + 1h));
+   EXPECT_FALSE(filter.admits("invalid column 11", start + 119min));
+}
+
+TEST(RepeatFilter, textsThatAllDifferEndToo) {
+   Daemon::RepeatFilter filter(2, 1h);
+   Daemon::RepeatFilter::Clock::time_point const start{};
+   EXPECT_TRUE(filter.admits("a", start));
+   EXPECT_TRUE(filter.admits("b", start));
+   EXPECT_FALSE(filter.admits("c", start));
+   EXPECT_TRUE(filter.admits("c", start + 1h));
+}
+
+class LogTest : public testing::Test {
+ protected:
+   LogTest() { testing::internal::CaptureStderr(); }
+   std::string written() {
+      std::string const text = testing::internal::GetCapturedStderr();
+      testing::internal::CaptureStderr();
+      return text;
+   }
+   ~LogTest() override { testing::internal::GetCapturedStderr(); }
+};
+
+TEST_F(LogTest, aLineHasItsTimeAndItsSeverity) {
+   Daemon::Log log;
+   log.warn("the state file has gone\n");
+   EXPECT_THAT(written(), testing::MatchesRegex("[-0-9]+ [0-9:.]+ warning: the state file has gone\n"));
+}
+
+TEST_F(LogTest, traceLinesShowWhereTheyComeFromAndHowUrgentTheyAre) {
+   Daemon::Log log;
+   log.traceLevelsIs("LogTest.wanted", 0b101);
+   auto const& handle = Trel::Platform::getDebugHandler("LogTest.wanted");
+   handle.write(2, "walk\nof a table");
+   handle.write(1, "not enabled");
+   EXPECT_THAT(written(), testing::MatchesRegex("[-0-9]+ [0-9:.]+ trace: LogTest.wanted 2: walk\\\\x0aof a table\n"));
+}
+
+TEST_F(LogTest, errorLinesThatRepeatAreWrittenOnceUnlessTheyAreWanted) {
+   Daemon::Log log;
+   log.traceLevelsIs("LogTest.wanted", Trel::kErrorLevel);
+   for (int i = 0; i < 3; ++i) {
+      Trel::Platform::getDebugHandler("LogTest.wanted").write(0, "shown");
+      Trel::Platform::getDebugHandler("LogTest.other").write(0, "kept short");
+   }
+   std::string const text = written();
+   auto const count = [&](std::string const& what) {
+      int found = 0;
+      for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++found;
+      return found;
+   };
+   EXPECT_EQ(count("error: LogTest.wanted 0: shown\n"), 3) << text;
+   EXPECT_EQ(count("error: LogTest.other 0: kept short\n"), 1) << text;
+}
+
+TEST_F(LogTest, afterItsTimeTheFormerSinkIsBack) {
+   std::vector<std::string> lines;
+   auto const before = Trel::traceSinkIs([&](Trel::TraceRecord const& record) { lines.emplace_back(record.text); });
+   { Daemon::Log const log; }
+   Trel::Platform::getDebugHandler("LogTest.other").write(0, "to the former sink");
+   Trel::traceSinkIs(before);
+   EXPECT_THAT(lines, testing::ElementsAre("to the former sink"));
+   EXPECT_EQ(written(), "");
+}
+
+TEST(Ready, theLineSaysWhatIsServedWhereAndHowSoon) {
+   Daemon::Ready ready{13,   "examples/headend.json", {"udp:127.0.0.1:11161"}, "community public, read-only", 12ms,
+                       140ms};
+   EXPECT_EQ(toText(ready),
+             "ready: 13 tunnels from examples/headend.json, SNMP on udp:127.0.0.1:11161 (community public, read-only), "
+             "first answer after 12 ms, all rows after 140 ms");
+   ready.tunnels = 1;
+   ready.addresses = {"udp:0.0.0.0:161", "tcp:0.0.0.0:161"};
+   ready.access = "access as in /etc/snmp/mplsted.conf";
+   EXPECT_THAT(toText(ready),
+               AllOf(HasSubstr("ready: 1 tunnel from"), HasSubstr("SNMP on udp:0.0.0.0:161 and tcp:0.0.0.0:161 "
+                                                                  "(access as in /etc/snmp/mplsted.conf)")));
+}
+
+}  // namespace

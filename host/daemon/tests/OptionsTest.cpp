@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/Options.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+std::optional<Daemon::Options> parse(std::vector<char const*> arguments) { return Daemon::parseOptions(arguments); }
+
+std::string refusal(std::vector<char const*> const& arguments) {
+   try {
+      Daemon::parseOptions(arguments);
+   } catch (Daemon::UsageError const& error) {
+      return error.what();
+   }
+   return "accepted";
+}
+
+TEST(Options, aStateFileIsAllThatIsNeeded) {
+   auto const options = parse({"--state", "state.json"});
+   ASSERT_TRUE(options);
+   EXPECT_EQ(options->state, "state.json");
+   EXPECT_THAT(options->listen, IsEmpty());
+   EXPECT_TRUE(options->module.empty());
+   EXPECT_TRUE(options->config.empty());
+   EXPECT_THAT(options->traces, IsEmpty());
+   EXPECT_THAT(options->contexts, IsEmpty());
+}
+
+TEST(Options, allAreTaken) {
+   auto const options = parse({"--state=s", "--module", "m.so", "--config", "c", "--listen", "udp:[::1]:161",
+                               "--listen", "tcp:127.0.0.1:161", "--context", "red", "--context", "blue", "--trace",
+                               "MplsSnmp=none", "--trace", "mplsTeStdMIB=0-2,8"});
+   ASSERT_TRUE(options);
+   EXPECT_EQ(options->state, "s");
+   EXPECT_EQ(options->module, "m.so");
+   EXPECT_EQ(options->config, "c");
+   EXPECT_THAT(options->listen, ElementsAre("udp:[::1]:161", "tcp:127.0.0.1:161"));
+   EXPECT_THAT(options->contexts, ElementsAre("red", "blue"));
+   EXPECT_THAT(options->traces, ElementsAre(Daemon::Options::Trace{"MplsSnmp", 0},
+                                            Daemon::Options::Trace{"mplsTeStdMIB", 0b1'0000'0111}));
+}
+
+TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
+   testing::internal::CaptureStdout();
+   EXPECT_FALSE(parse({"--version"}));
+   EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::MatchesRegex("mplsted [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+
+   testing::internal::CaptureStdout();
+   EXPECT_FALSE(parse({"--help"}));
+   std::string const help = testing::internal::GetCapturedStdout();
+   for (char const* const option :
+        {"--state", "--listen", "--module", "--config", "--trace", "--context", "--version", "--help"}) {
+      EXPECT_THAT(help, HasSubstr(option));
+   }
+}
+
+TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
+   EXPECT_EQ(refusal({}), "--state is required: see 'mplsted --help'");
+   EXPECT_THAT(refusal({"--state", "s", "--stat", "t"}), HasSubstr("--stat"));
+   EXPECT_THAT(refusal({"--state", "s", "more"}), HasSubstr("more"));
+   EXPECT_THAT(refusal({"--state"}), HasSubstr("--state"));
+   EXPECT_EQ(refusal({"--state", ""}), "--state must not be empty");
+   EXPECT_EQ(refusal({"--state", "s", "--context", ""}), "--context must not be empty");
+}
+
+TEST(Options, aWrongTraceIsRefusedWithItsText) {
+   for (char const* const text :
+        {"mplsTeStdMIB", "=1", "mplsTeStdMIB=", "mplsTeStdMIB=16", "mplsTeStdMIB=2-1", "mplsTeStdMIB=all"}) {
+      EXPECT_THAT(refusal({"--state", "s", "--trace", text}), StartsWith(std::string("--trace ") + text + ": "));
+   }
+}
+
+}  // namespace

@@ -1,0 +1,29 @@
+# SPDX-License-Identifier: MIT
+"""One mplsted for the tests of a file that only read from it."""
+
+import pytest
+from support.manager import Manager
+from support.mplsted import Mplsted
+
+
+@pytest.fixture(scope="module")
+def head_end(tmp_path_factory):
+    """A running mplsted with the example head end."""
+    with Mplsted(tmp_path_factory.mktemp("mplsted")) as daemon:
+        yield daemon
+
+
+@pytest.fixture
+def manager(head_end):
+    """May read."""
+    reader = Manager(head_end.address)
+    yield reader
+    reader.close()
+
+
+@pytest.fixture
+def writer(head_end):
+    """May read and write, as far as the agent is concerned."""
+    manager = Manager(head_end.address, b"private")
+    yield manager
+    manager.close()

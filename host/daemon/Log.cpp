@@ -8,13 +8,6 @@
 
 namespace Daemon {
 
-namespace {
-
-constexpr std::size_t kErrorTexts = 100;
-constexpr std::chrono::hours kErrorSpan(1);
-
-}  // namespace
-
 std::string oneLine(std::string_view text) {
    while (text.ends_with('\n')) text.remove_suffix(1);
    std::string line;
@@ -34,14 +27,12 @@ bool RepeatFilter::admits(std::string_view text, Clock::time_point now) {
       spanEnd_ = now + span_;
       written_.clear();
    }
-   if (written_.contains(text) || written_.size() == limit_) return false;
+   if (written_.contains(text) || full()) return false;
    written_.emplace(text);
    return true;
 }
 
-Log::Log()
-      : logger_(std::make_shared<spdlog::logger>("mplsted", std::make_shared<spdlog::sinks::stderr_sink_st>())),
-        errors_(kErrorTexts, kErrorSpan) {
+Log::Log() : logger_(std::make_shared<spdlog::logger>("mplsted", std::make_shared<spdlog::sinks::stderr_sink_st>())) {
    logger_->set_pattern("%Y-%m-%d %H:%M:%S.%e %l: %v");
    logger_->set_level(spdlog::level::trace);
    logger_->flush_on(spdlog::level::trace);
@@ -55,11 +46,21 @@ void Log::traceLevelsIs(std::string const& handle, Trel::TraceLevels levels) {
    Trel::traceLevelsIs(handle, levels);
 }
 
+void Log::repeatable(spdlog::level::level_enum severity, std::string_view part, std::string_view text) {
+   auto filter = filters_.find(part);
+   if (filter == filters_.end()) filter = filters_.try_emplace(std::string(part)).first;
+   if (!filter->second.admits(text, RepeatFilter::Clock::now())) return;
+   logger_->log(severity, "{}{}", oneLine(text),
+                filter->second.full() ? fmt::format(" (and no more of {} for some time)", part) : "");
+}
+
 void Log::trace(Trel::TraceRecord const& record) {
-   bool const isError = record.level == 0;
-   if (isError && !wanted_.contains(record.handle) && !errors_.admits(record.text, RepeatFilter::Clock::now())) return;
-   logger_->log(isError ? spdlog::level::err : spdlog::level::trace, "{} {}: {}", record.handle, record.level,
-                oneLine(record.text));
+   std::string const line = fmt::format("{} {}: {}", record.handle, record.level, record.text);
+   if (record.level == 0 && !wanted_.contains(record.handle)) {
+      repeatable(spdlog::level::err, record.handle, line);
+   } else {
+      logger_->log(record.level == 0 ? spdlog::level::err : spdlog::level::trace, "{}", oneLine(line));
+   }
 }
 
 }  // namespace Daemon

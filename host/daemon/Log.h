@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -17,15 +18,18 @@ namespace Daemon {
 /// `text` as one line: control characters become \xNN, but for a line break at its end, which goes.
 std::string oneLine(std::string_view text);
 
-/// Keeps the log from being filled with lines that a manager can cause at will, by asking for columns that are not
-/// served: each text once in a span of time, and no more than a number of texts.
+/// Keeps the log from being filled with lines that somebody out there can cause at will: each text once in a span of
+/// time, and no more than a number of texts.
 class RepeatFilter {
  public:
    using Clock = std::chrono::steady_clock;
-   RepeatFilter(std::size_t texts, Clock::duration span) : limit_(texts), span_(span) {}
+   explicit RepeatFilter(std::size_t texts = 100, Clock::duration span = std::chrono::hours(1))
+         : limit_(texts), span_(span) {}
 
    /// Whether `text` may be written at `now`.
    bool admits(std::string_view text, Clock::time_point now);
+   /// Whether no other text is admitted before the span is over.
+   bool full() const { return written_.size() == limit_; }
 
  private:
    std::size_t limit_;
@@ -35,7 +39,7 @@ class RepeatFilter {
 };
 
 /// The log of the process, on the standard error stream. While it lives, trace lines go there too, with their handle
-/// and level. Error lines (level 0) that repeat are written once an hour, but for handles that somebody wants to see.
+/// and level. Error lines (level 0) are taken to be repeatable, but for handles that somebody wants to see.
 class Log {
  public:
    Log();
@@ -45,6 +49,8 @@ class Log {
 
    void error(std::string_view text) { logger_->error("{}", oneLine(text)); }
    void warn(std::string_view text) { logger_->warn("{}", oneLine(text)); }
+   /// The same for lines that may repeat without end. Each `part` of the program has a RepeatFilter of its own.
+   void repeatable(spdlog::level::level_enum severity, std::string_view part, std::string_view text);
 
    /// Enables these levels of a trace handle, and writes all its lines.
    void traceLevelsIs(std::string const& handle, Trel::TraceLevels levels);
@@ -53,7 +59,7 @@ class Log {
    void trace(Trel::TraceRecord const& record);
 
    std::shared_ptr<spdlog::logger> logger_;
-   RepeatFilter errors_;
+   std::map<std::string, RepeatFilter, std::less<>> filters_;
    std::set<std::string, std::less<>> wanted_;
    Trel::TraceSink formerSink_;
 };

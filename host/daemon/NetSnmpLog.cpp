@@ -41,10 +41,9 @@ void NetSnmpLog::take(int priority, std::string_view text) {
       std::string line = oneLine(text);
       // A file is read in more than one pass.
       if (std::ranges::find(kept_, line) == kept_.end()) kept_.push_back(std::move(line));
-   } else if (priority <= LOG_ERR) {
-      log_.error(text);
    } else {
-      log_.warn(text);
+      // Any octets that come from the network may make net-snmp say something.
+      log_.repeatable(priority <= LOG_ERR ? spdlog::level::err : spdlog::level::warn, "net-snmp", text);
    }
 }
 

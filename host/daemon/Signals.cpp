@@ -2,6 +2,7 @@
 #include "host/daemon/Signals.h"
 
 #include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <csignal>
 

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "host/daemon/Configuration.h"
+#include "host/daemon/Descriptor.h"
 #include "host/daemon/Log.h"
 #include "host/daemon/ModuleHost.h"
 #include "host/daemon/Options.h"
@@ -81,9 +82,10 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
    Daemon::TaskRunner const tasks(
          [&] {
             if (std::exchange(saidReady, true)) return;
-            fmt::print("{}\n", toText(Daemon::Ready{module.tunnels(), options.state, agent.addresses(),
-                                                    configuration.access(), firstAnswer, since(start)}));
-            std::fflush(stdout);
+            std::puts(toText(Daemon::Ready{module.tunnels(), options.state, agent.addresses(), configuration.access(),
+                                           firstAnswer, since(start)})
+                            .c_str());
+            std::fflush(stdout);  // somebody who does not listen is no reason to end
             warnOfUnknownHandles(options.traces, log);
          },
          failed);
@@ -92,7 +94,7 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
 }
 
 int fail(std::string_view message, int code) {
-   fmt::print(stderr, "mplsted: {}\n", Daemon::oneLine(message));
+   std::fputs(fmt::format("mplsted: {}\n", Daemon::oneLine(message)).c_str(), stderr);
    return code;
 }
 
@@ -100,6 +102,7 @@ int fail(std::string_view message, int code) {
 
 int main(int argc, char** argv) {
    auto const start = Clock::now();
+   Daemon::openStandardStreams();
    try {
       auto const options = Daemon::parseOptions(std::span(argv, argc).subspan(1));
       if (options) serve(*options, start);

@@ -57,8 +57,23 @@ def test_the_line_is_said_for_an_empty_state_too(mplsted):
     assert mplsted(state="{}").ready()[0] == 0
 
 
+def test_nobody_has_to_listen_to_what_it_says(tmp_path):
+    """Started without standard streams, nothing of what it opens gets into their place."""
+    daemon = Mplsted(tmp_path)
+    closed = ["/bin/sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh"]
+    process = subprocess.Popen([*closed, *daemon.command], env=daemon.environment)
+    try:
+        streams = [f"/proc/{process.pid}/fd/{stream}" for stream in range(3)]
+        await_true(lambda: (tmp_path / "net-snmp" / "mplsted.conf").exists(), "mplsted to serve")
+        assert [os.readlink(stream) for stream in streams] == ["/dev/null"] * 3
+    finally:
+        process.terminate()
+        assert process.wait(60) == 0
+
+
 def test_it_listens_in_several_places(mplsted, tmp_path):
-    daemon = mplsted(listen=("udp:127.0.0.1:0", "tcp:127.0.0.1:0", "udp6:[::1]:0", f"unix:{tmp_path}/socket"), access=None)
+    places = ("udp:127.0.0.1:0", "tcp:127.0.0.1:0", "udp6:[::1]:0", f"unix:{tmp_path}/socket")
+    daemon = mplsted(listen=places, access=None)
     _, _, addresses, _ = daemon.ready()
     assert [address.split(":")[0] for address in addresses] == ["udp", "tcp", "udp6", "unix"]
     for address in addresses:
@@ -106,7 +121,8 @@ def test_a_port_in_use_is_named_with_the_reason(mplsted, tmp_path):
     assert done.stderr == f"mplsted: cannot listen on {address}: Address already in use\n"
 
 
-@pytest.mark.parametrize("option, text", [("--version", r"mplsted \d+\.\d+\.\d+\n"), ("--help", r"Serves [^\n]+\nUsage: .*")])
+@pytest.mark.parametrize("option, text", [("--version", r"mplsted \d+\.\d+\.\d+\n"),
+                                          ("--help", r"Serves [^\n]+\nUsage: .*")])
 def test_what_only_informs_ends_at_once(tmp_path, option, text):
     done = run(tmp_path, option)
     assert (done.returncode, done.stderr) == (0, "")
@@ -243,6 +259,17 @@ def test_a_manager_cannot_fill_the_log(mplsted):
     lines = [line.split(" error: ")[1] for line in daemon.log().splitlines()]
     assert "mplsTeStdMIB 0: mplsTunnelTable invalid column 11" in lines
     assert len(lines) == len(set(lines))
+
+
+def test_nor_can_octets_that_are_no_message(mplsted):
+    daemon = mplsted()
+    manager = Manager(daemon.address)
+    octets = ber.message(ber.GET, [(NAME, ber.NULL)])
+    for _ in range(5):
+        manager.send(octets.replace(b"\xa0", b"\x84"))
+    manager.value(NAME)
+    manager.close()
+    assert daemon.log().count("Bad PDU type received: 0x84") == 1
 
 
 def test_it_sleeps_while_nothing_happens(mplsted):

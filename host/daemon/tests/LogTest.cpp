@@ -32,8 +32,10 @@ TEST(RepeatFilter, textsThatAllDifferEndToo) {
    Daemon::RepeatFilter::Clock::time_point const start{};
    EXPECT_TRUE(filter.admits("a", start));
    EXPECT_TRUE(filter.admits("b", start));
+   EXPECT_TRUE(filter.full());
    EXPECT_FALSE(filter.admits("c", start));
    EXPECT_TRUE(filter.admits("c", start + 1h));
+   EXPECT_FALSE(filter.full());
 }
 
 class LogTest : public testing::Test {
@@ -77,6 +79,18 @@ TEST_F(LogTest, errorLinesThatRepeatAreWrittenOnceUnlessTheyAreWanted) {
    };
    EXPECT_EQ(count("error: LogTest.wanted 0: shown\n"), 3) << text;
    EXPECT_EQ(count("error: LogTest.other 0: kept short\n"), 1) << text;
+}
+
+TEST_F(LogTest, aPartThatSaysTooMuchDoesNotSilenceOthers) {
+   Daemon::Log log;
+   for (int i = 0; i < 150; ++i)
+      log.repeatable(spdlog::level::warn, "net-snmp", fmt::format("Bad PDU type received: {}", i));
+   log.repeatable(spdlog::level::err, "Tallies", "the segment is damaged");
+   std::string const text = written();
+   EXPECT_THAT(text, HasSubstr(" warning: Bad PDU type received: 98\n"));
+   EXPECT_THAT(text, HasSubstr(" warning: Bad PDU type received: 99 (and no more of net-snmp for some time)\n"));
+   EXPECT_THAT(text, testing::Not(HasSubstr("received: 100")));
+   EXPECT_THAT(text, HasSubstr(" error: the segment is damaged\n"));
 }
 
 TEST_F(LogTest, afterItsTimeTheFormerSinkIsBack) {

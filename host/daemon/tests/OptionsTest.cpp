@@ -30,18 +30,24 @@ TEST(Options, aStateFileIsAllThatIsNeeded) {
    EXPECT_TRUE(options->config.empty());
    EXPECT_THAT(options->traces, IsEmpty());
    EXPECT_THAT(options->contexts, IsEmpty());
+   EXPECT_TRUE(options->counters.empty());
+   EXPECT_FALSE(options->countersOwner);
 }
 
 TEST(Options, allAreTaken) {
-   auto const options = parse({"--state=s", "--module", "m.so", "--config", "c", "--listen", "udp:[::1]:161",
-                               "--listen", "tcp:127.0.0.1:161", "--context", "red", "--context", "blue", "--trace",
-                               "MplsSnmp=none", "--trace", "mplsTeStdMIB=0-2,8"});
+   auto const options = parse({"--state=s", "--module",           "m.so",       "--config",          "c",
+                               "--listen",  "udp:[::1]:161",      "--listen",   "tcp:127.0.0.1:161", "--context",
+                               "red",       "--context",          "blue",       "--trace",           "MplsSnmp=none",
+                               "--trace",   "mplsTeStdMIB=0-2,8", "--counters", "mplste-counters",   "--counters-owner",
+                               "1000"});
    ASSERT_TRUE(options);
    EXPECT_EQ(options->state, "s");
    EXPECT_EQ(options->module, "m.so");
    EXPECT_EQ(options->config, "c");
    EXPECT_THAT(options->listen, ElementsAre("udp:[::1]:161", "tcp:127.0.0.1:161"));
    EXPECT_THAT(options->contexts, ElementsAre("red", "blue"));
+   EXPECT_EQ(options->counters, "mplste-counters");
+   EXPECT_EQ(options->countersOwner, 1000U);
    EXPECT_THAT(options->traces, ElementsAre(Daemon::Options::Trace{"MplsSnmp", 0},
                                             Daemon::Options::Trace{"mplsTeStdMIB", 0b1'0000'0111}));
 }
@@ -54,8 +60,8 @@ TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
    testing::internal::CaptureStdout();
    EXPECT_FALSE(parse({"--help"}));
    std::string const help = testing::internal::GetCapturedStdout();
-   for (char const* const option :
-        {"--state", "--listen", "--module", "--config", "--trace", "--context", "--version", "--help"}) {
+   for (char const* const option : {"--state", "--listen", "--counters", "--counters-owner", "--module", "--config",
+                                    "--trace", "--context", "--version", "--help"}) {
       EXPECT_THAT(help, HasSubstr(option));
    }
 }
@@ -67,6 +73,8 @@ TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
    EXPECT_THAT(refusal({"--state"}), HasSubstr("--state"));
    EXPECT_EQ(refusal({"--state", ""}), "--state must not be empty");
    EXPECT_EQ(refusal({"--state", "s", "--context", ""}), "--context must not be empty");
+   EXPECT_THAT(refusal({"--state", "s", "--counters-owner", "root"}), HasSubstr("root"));
+   EXPECT_THAT(refusal({"--state", "s", "--counters-owner", "-1"}), HasSubstr("-1"));
 }
 
 TEST(Options, aWrongTraceIsRefusedWithItsText) {

@@ -28,8 +28,8 @@ class Manager:
         self.socket.send(octets)
 
     def request(self, pdu, varbinds, **options):
-        """The response to a request. It is sent again when it seems to be lost: an agent that is busy drops packets. What
-        answers another request is passed over."""
+        """The response to a request. It is sent again when it seems to be lost: an agent that is busy drops packets.
+        What answers another request is passed over."""
         self.last_id += 1
         octets = ber.message(pdu, varbinds, self.last_id, **({"community": self.community} | options))
         deadline = time.monotonic() + DEADLINE

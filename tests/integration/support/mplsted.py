@@ -17,8 +17,8 @@ HEAD_END = SOURCE / "examples" / "headend.json"
 READY = re.compile(r"ready: (\d+) tunnels? from (.+), SNMP on (.+) \((.+)\), "
                    r"first answer after \d+ ms, all rows after \d+ ms\n")
 
-# Who may do what in most tests: see and set all that stands in MIB-2. The agent serves nothing that can be set, but says
-# so only to who may set.
+# Who may do what in most tests: see and set all that stands in MIB-2. Nothing of the tables can be set, but the agent
+# says so only to who may set.
 ACCESS = """\
 rocommunity public 127.0.0.1 .1.3.6.1.2.1
 rwcommunity private 127.0.0.1 .1.3.6.1.2.1

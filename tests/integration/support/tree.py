@@ -15,7 +15,8 @@ TICKS = re.compile(r"Timeticks: \((\d+)\) .+")
 def parse(text):
     """[(oid, value)] of lines "oid = value", as the commands print them. A walk may end by saying that it has ended."""
     lines = [line.rstrip() for line in text.splitlines()]
-    return [tuple(line.split(" = ", 1)) for line in lines if "No more variables left" not in line and line != "End of MIB"]
+    return [tuple(line.split(" = ", 1)) for line in lines
+            if "No more variables left" not in line and line != "End of MIB"]
 
 
 EXPECTED = parse((Path(__file__).parents[1] / "expected" / "headend.txt").read_text(encoding="utf-8"))

@@ -255,7 +255,7 @@ TEST_P(ModelTest, DamagedTextsChangeNothing) {
    EXPECT_GT(refused, 500U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ModelTest, ::testing::Range(1U, 6U));
+INSTANTIATE_TEST_SUITE_P(Seeds, ModelTest, ::testing::Range(1U, 3U));
 
 }  // namespace
 }  // namespace Store

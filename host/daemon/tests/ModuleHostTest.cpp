@@ -35,6 +35,7 @@ class AgentLibrary : public testing::Environment {
       netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
       set_persistent_directory(persistent_.path().c_str());
       snmp_disable_stderrlog();
+      netsnmp_register_loghandler(NETSNMP_LOGHANDLER_NONE, LOG_DEBUG);
       init_agent("mplsted-test");
       init_snmp("mplsted-test");
    }

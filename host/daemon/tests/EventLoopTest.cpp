@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+// Descriptors and tasks of ours in net-snmp's event loop.
+#include <gmock/gmock.h>
+#include <sys/eventfd.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "host/daemon/Descriptor.h"
+#include "host/daemon/NetSnmp.h"
+#include "host/daemon/TaskRunner.h"
+#include "host/daemon/Watch.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class EventLoopTest : public testing::Test {
+ protected:
+   /// One turn of the loop, which does not wait.
+   static void turn() { agent_check_and_process(0); }
+
+   Daemon::ErrorHandler failed() {
+      return [this](std::string_view error) { errors_.emplace_back(error); };
+   }
+   std::vector<std::string> errors_;
+};
+
+class WatchTest : public EventLoopTest {
+ protected:
+   void readableIs() { eventfd_write(event_, 1); }
+   void unreadableIs() {
+      eventfd_t ignored = 0;
+      eventfd_read(event_, &ignored);
+   }
+
+   Daemon::Descriptor const event_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"};
+   int calls_ = 0;
+};
+
+TEST_F(WatchTest, aDescriptorIsHeardWhenThereIsSomethingToRead) {
+   Daemon::Watch const watch(
+         event_, [this] { ++calls_; }, failed());
+   turn();
+   EXPECT_EQ(calls_, 0);
+   readableIs();
+   turn();
+   turn();
+   EXPECT_EQ(calls_, 2) << "for as long as it is not read";
+   unreadableIs();
+   turn();
+   EXPECT_EQ(calls_, 2);
+}
+
+TEST_F(WatchTest, afterItsTimeNothingIsHeard) {
+   {
+      Daemon::Watch const watch(
+            event_, [this] { ++calls_; }, failed());
+   }
+   readableIs();
+   turn();
+   EXPECT_EQ(calls_, 0);
+}
+
+TEST_F(WatchTest, anErrorStopsAtTheDoorToNetSnmp) {
+   Daemon::Watch const watch(
+         event_, [] { throw std::runtime_error("the publisher has gone"); }, failed());
+   readableIs();
+   turn();
+   EXPECT_THAT(errors_, ElementsAre("the publisher has gone"));
+}
+
+TEST_F(WatchTest, aWatchMayEndInItsOwnCall) {
+   std::unique_ptr<Daemon::Watch> watch;
+   watch = std::make_unique<Daemon::Watch>(
+         event_,
+         [this, &watch, held = std::make_shared<int>(1)] {
+            watch.reset();
+            calls_ += *held;
+         },
+         failed());
+   readableIs();
+   turn();
+   turn();
+   EXPECT_EQ(calls_, 1);
+}
+
+TEST_F(WatchTest, moreDescriptorsThanNetSnmpTakesAreRefused) {
+   std::vector<std::unique_ptr<Daemon::Watch>> watches;
+   auto const add = [&] {
+      watches.push_back(std::make_unique<Daemon::Watch>(
+            event_, [] {}, failed()));
+   };
+   EXPECT_THROW(
+         {
+            for (int i = 0; i <= NUM_EXTERNAL_FDS; ++i) add();
+         },
+         std::runtime_error);
+}
+
+class TaskRunnerTest : public EventLoopTest {
+ protected:
+   Vel::Ptr<Orb::Task> task(Orb::Task::Work work) {
+      return Vel::makePtr<Orb::Task>(scheduler_, Orb::TaskPriority::normal, "test", std::move(work));
+   }
+
+   Vel::Ptr<Orb::TaskScheduler> const scheduler_ = Orb::TaskSchedulerRoot::findOrCreateScheduler();
+   int idle_ = 0;
+};
+
+TEST_F(TaskRunnerTest, withoutTasksItIsIdleOnceAndThenSilent) {
+   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   for (int i = 0; i < 5; ++i) turn();
+   EXPECT_EQ(idle_, 1);
+}
+
+TEST_F(TaskRunnerTest, aTaskThatNeedsManySlicesComesToItsEndTurnByTurn) {
+   int slices = 0;
+   auto const longTask = task([&slices](Orb::Task& self) {
+      ++slices;
+      while (!self.taskShouldYield()) {
+      }
+      if (slices < 3) self.scheduleTask();
+   });
+   longTask->scheduleTask();
+   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   turn();
+   EXPECT_EQ(slices, 1) << "requests are looked at before it goes on";
+   EXPECT_EQ(idle_, 0);
+   turn();
+   turn();
+   EXPECT_EQ(slices, 3);
+   EXPECT_EQ(idle_, 1);
+}
+
+TEST_F(TaskRunnerTest, aTaskOfLaterWakesItUp) {
+   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   turn();
+   bool ran = false;
+   auto const late = task([&ran](Orb::Task&) { ran = true; });
+   late->scheduleTask();
+   turn();
+   EXPECT_TRUE(ran);
+   EXPECT_EQ(idle_, 2);
+   turn();
+   EXPECT_EQ(idle_, 2);
+}
+
+TEST_F(TaskRunnerTest, aTaskThatWasWithdrawnIsNoMatter) {
+   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   turn();
+   auto const late = task([](Orb::Task&) { FAIL() << "withdrawn"; });
+   late->scheduleTask();
+   late->cancelTask();
+   turn();
+   turn();
+   EXPECT_EQ(idle_, 2);
+}
+
+TEST_F(TaskRunnerTest, whoeverFollowsItRunsWhatItLeft) {
+   bool ran = false;
+   auto const late = task([&ran](Orb::Task&) { ran = true; });
+   {
+      Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   }
+   late->scheduleTask();
+   turn();
+   EXPECT_FALSE(ran);
+   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   turn();
+   EXPECT_TRUE(ran);
+   EXPECT_THAT(errors_, IsEmpty());
+}
+
+}  // namespace

@@ -46,11 +46,12 @@ std::vector<fs::path> searchPath() {
    return directories;
 }
 
-/// The first mplsted.conf, or nothing.
+/// The first mplsted.conf, or nothing. Directories that we may not look into are passed over.
 fs::path findFile(std::vector<fs::path> const& directories) {
+   std::error_code ignored;
    for (fs::path const& directory : directories) {
       for (char const* const name : {"mplsted.conf", "mplsted.local.conf"}) {
-         if (fs::is_regular_file(directory / name)) return directory / name;
+         if (fs::is_regular_file(directory / name, ignored)) return directory / name;
       }
    }
    return {};

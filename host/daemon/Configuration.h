@@ -2,8 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>

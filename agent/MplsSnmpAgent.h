@@ -4,7 +4,7 @@
 
 #include "derivation/RsvpSnmpSubTunnelStatusSm.h"
 #include "hoptable/HopTableHelper.h"
-#include "mib/MplsTeMib.h"
+#include "mib/MplsSnmp.h"
 #include "substrate/vel/Entity.h"
 
 namespace MplsSnmp {

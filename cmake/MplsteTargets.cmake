@@ -8,7 +8,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 find_program(CCACHE ccache)
 if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+  # A precompiled header is known by what it was made of.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
   set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
@@ -18,7 +19,7 @@ function(mplste_target name)
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
   # -fno-gnu-unique: a unique symbol would keep an unloaded library mapped.
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Werror
-    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique -fpch-preprocess>)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   if(MPLSTE_SANITIZE)
     target_compile_options(${name} PRIVATE -O0 -g1 -fno-omit-frame-pointer
@@ -38,6 +39,15 @@ function(mplste_test name)
   add_executable(${name} ${sources})
   mplste_target(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
+  # What every test includes is compiled once.
+  if(NOT TARGET test_headers)
+    file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "int main() {}\n")
+    add_executable(test_headers ${CMAKE_BINARY_DIR}/test_headers.cpp)
+    mplste_target(test_headers)
+    target_link_libraries(test_headers PRIVATE GTest::gmock GTest::gtest fmt::fmt)
+    target_precompile_headers(test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h> <fmt/format.h> <functional>)
+  endif()
+  target_precompile_headers(${name} REUSE_FROM test_headers)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
 if(MPLSTE_TESTS)

@@ -19,13 +19,13 @@ Rsvp::RsvpSpId spIdFor(MplsTunnelTableKey const& key) {
    return spId;
 }
 
-StatusPtr JoinInputs::subTunnelStatus(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
+SubTunnelStatusPtr JoinInputs::subTunnelStatus(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
    auto const& table = lerStatus->subTunnelStatusCollTable();
    auto const coll = table ? table->subTunnelStatusColl()[id.tunnelSpecId()] : nullptr;
    return coll ? coll->subTunnelStatus()[id] : nullptr;
 }
 
-ConfigPtr JoinInputs::subTunnelConfig(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
+SubTunnelConfigPtr JoinInputs::subTunnelConfig(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
    auto const& table = lerStatus->subTunnelConfigCollTable();
    auto const coll = table ? table->subTunnelConfigColl()[id.tunnelSpecId()] : nullptr;
    return coll ? coll->subTunnelConfig()[id] : nullptr;

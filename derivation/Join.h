@@ -2,6 +2,7 @@
 /// The look-ups that join the inputs of one LSP.
 #pragma once
 
+#include "hoptable/Inputs.h"
 #include "inputs/rsvp/KelpStatus.h"
 #include "inputs/rsvp/LerHiveStatus.h"
 #include "mib/Keys.h"
@@ -9,8 +10,6 @@
 
 namespace MplsSnmp {
 
-using StatusPtr = Vel::Ptr<Rsvp::RsvpLerSubTunnelStatus const>;
-using ConfigPtr = Vel::Ptr<Rsvp::RsvpLerSubTunnelConfig const>;
 using RequestStatusPtr = Vel::Ptr<Rsvp::RsvpLerLspRequestStatus const>;
 using SpStatusPtr = Vel::Ptr<Rsvp::RsvpSpStatus const>;
 
@@ -23,8 +22,8 @@ struct JoinInputs {
    Vel::Ptr<Rsvp::RsvpLerHiveStatus const> lerStatus;
    Vel::Ptr<Rsvp::RsvpKelpStatus const> kelpStatus;
 
-   StatusPtr subTunnelStatus(Rsvp::RsvpLerSubTunnelConfigId const& id) const;
-   ConfigPtr subTunnelConfig(Rsvp::RsvpLerSubTunnelConfigId const& id) const;
+   SubTunnelStatusPtr subTunnelStatus(Rsvp::RsvpLerSubTunnelConfigId const& id) const;
+   SubTunnelConfigPtr subTunnelConfig(Rsvp::RsvpLerSubTunnelConfigId const& id) const;
    RequestStatusPtr lspRequestStatus(Rsvp::RsvpLerLspRequestConfigId const& id) const;
    SpStatusPtr spStatus(Rsvp::RsvpSpId const& spId) const;
    Vel::Optional<Rsvp::RsvpSpId> spId(Rsvp::RsvpLerLspRequestConfigId const& id) const;
@@ -34,15 +33,15 @@ struct JoinInputs {
 /// the look-up would not find any more.
 struct StandIn {
    bool activeLsp = false;  ///< the event says which LSP was the active one
-   ConfigPtr subTunnelConfig{};
+   SubTunnelConfigPtr subTunnelConfig{};
    RequestStatusPtr lspRequestStatus{};
    SpStatusPtr spStatus{};
 };
 
 /// The joined inputs of an LSP request on an sp id.
 struct Join {
-   StatusPtr subTunnelStatus;
-   ConfigPtr subTunnelConfig{};
+   SubTunnelStatusPtr subTunnelStatus;
+   SubTunnelConfigPtr subTunnelConfig{};
    RequestStatusPtr lspRequestStatus{};
    SpStatusPtr spStatus{};
 };

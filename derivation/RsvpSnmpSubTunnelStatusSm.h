@@ -76,7 +76,7 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
    void eventToSpidUpdateStream(Rsvp::RsvpLerLspRequestConfigId const& id, Rsvp::RsvpSpId const& spId, bool isAdd);
    void eventToStcStream(Rsvp::RsvpLerTunnelSpecId const& tunnelSpecId,
                          Rsvp::RsvpLerSubTunnelConfigId const& subTunnelConfigId,
-                         Vel::Optional<ConfigPtr> const& subTunnelConfigOpt);
+                         Vel::Optional<SubTunnelConfigPtr> const& subTunnelConfigOpt);
    void eventToLrsStream(Rsvp::RsvpLerLspGroupId const& lspGroupId, Rsvp::RsvpLerLspRequestConfigId const& id,
                          Vel::Optional<RequestStatusPtr> const& lspRequestStatusOpt);
    void eventToSpsStream(Rsvp::RsvpSpId const& spId, Vel::Optional<SpStatusPtr> const& spStatusOpt);
@@ -143,7 +143,7 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
    using SubTunnelKey = Flo::Tuple<Rsvp::RsvpLerTunnelSpecId, Rsvp::RsvpLerSubTunnelConfigId>;
    using RequestKey = Flo::Tuple<Rsvp::RsvpLerLspGroupId, Rsvp::RsvpLerLspRequestConfigId>;
    Vel::HashMap2018<SubTunnelKey, Rsvp::RsvpLerLspRequestConfigId> cacheAttr0_;    // stsStream
-   Vel::HashMap2018<SubTunnelKey, ConfigPtr> cacheAttr1_;                          // stcStream
+   Vel::HashMap2018<SubTunnelKey, SubTunnelConfigPtr> cacheAttr1_;                 // stcStream
    Vel::HashMap2018<RequestKey, RequestStatusPtr> cacheAttr2_;                     // lrsStream
    Vel::HashMap2018<Rsvp::RsvpSpId, SpStatusPtr> cacheAttr3_;                      // spsStream
    Vel::HashMap2018<Rsvp::RsvpLerLspRequestConfigId, Rsvp::RsvpSpId> cacheAttr4_;  // spidStream

@@ -102,10 +102,10 @@ void RsvpSnmpSubTunnelStatusSm::eventToSpidUpdateStream(RsvpLerLspRequestConfigI
 
 void RsvpSnmpSubTunnelStatusSm::eventToStcStream(RsvpLerTunnelSpecId const& tunnelSpecId,
                                                  RsvpLerSubTunnelConfigId const& subTunnelConfigId,
-                                                 Vel::Optional<ConfigPtr> const& subTunnelConfigOpt) {
+                                                 Vel::Optional<SubTunnelConfigPtr> const& subTunnelConfigOpt) {
    traceDetail(fmt::runtime(kStcStream.from), tunnelSpecId, subTunnelConfigId, subTunnelConfigOpt);
    flatten(kStcStream, cacheAttr1_, SubTunnelKey{tunnelSpecId, subTunnelConfigId}, subTunnelConfigOpt,
-           [&](ConfigPtr const& config, bool isAdd) {
+           [&](SubTunnelConfigPtr const& config, bool isAdd) {
               traceCase(kStcStream, isAdd);
               auto const status = inputs_.subTunnelStatus(subTunnelConfigId);
               if (!status || !status->activeLsp().isSet()) return traceFilter("activeLsp");
@@ -232,7 +232,7 @@ void SpsPath::deliver(Owner& owner, Rsvp::RsvpSpId const& spId, Vel::Optional<Sp
 void SpsPath::scanComplete(Owner& owner) { owner.inputScanComplete(&InputSmScanState::spsStreamScan); }
 
 void StcPath::deliver(Owner& owner, Rsvp::RsvpLerTunnelSpecId const& tunnel, Rsvp::RsvpLerSubTunnelConfigId const& id,
-                      Vel::Optional<ConfigPtr> const& config) {
+                      Vel::Optional<SubTunnelConfigPtr> const& config) {
    owner.eventToStcStream(tunnel, id, config);
 }
 void StcPath::scanComplete(Owner& owner) { owner.inputScanComplete(&InputSmScanState::stcStreamScan); }

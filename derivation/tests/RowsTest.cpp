@@ -4,7 +4,6 @@
 #include "substrate/vel/Reactor.h"
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using TestSupport::TraceCapture;
 
 using Rows = Derivation;

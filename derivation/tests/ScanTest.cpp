@@ -2,10 +2,7 @@
 // The initial scan, its tasks, the reconciliation of what an earlier life left behind, and retraction.
 #include "derivation/tests/Derivation.h"
 
-using testing::AllOf;
 using testing::ElementsAre;
-using testing::Gt;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using TestSupport::TraceCapture;
 

@@ -2,7 +2,6 @@
 // The events of the streams and their texts.
 #include "derivation/tests/Derivation.h"
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using TestSupport::TraceCapture;
@@ -45,7 +44,7 @@ TEST_F(Streams, TheSameValueAgainIsOnlyAnAdd) {
    startSynchronous();
    TraceCapture const trace("RsvpSnmpSm");
    auto const id = head.subTunnelId(kParis);
-   sm->eventToStcStream(id.tunnelSpecId(), id, Vel::Optional<MplsSnmp::ConfigPtr>(config));
+   sm->eventToStcStream(id.tunnelSpecId(), id, Vel::Optional<MplsSnmp::SubTunnelConfigPtr>(config));
    EXPECT_THAT(only(trace, {"stcStream add case", "stcStream delete case",
                             "filter( _valueOpt35 ) failed, terminating pipeline"}),
                ElementsAre("filter( _valueOpt35 ) failed, terminating pipeline", "stcStream add case"));

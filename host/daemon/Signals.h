@@ -3,8 +3,8 @@
 
 #include <functional>
 
-#include "host/daemon/Descriptor.h"
 #include "host/daemon/Watch.h"
+#include "host/feed/Descriptor.h"
 
 namespace Daemon {
 
@@ -18,7 +18,7 @@ class Signals {
    Signals(std::function<void()> end, ErrorHandler failed);
 
  private:
-   Descriptor descriptor_;
+   Feed::Descriptor descriptor_;
    Watch watch_;
 };
 

@@ -21,6 +21,9 @@ namespace {
 /// The program's name to net-snmp: its configuration is in mplsted.conf.
 constexpr char const* kName = "mplsted";
 
+/// What a UDP datagram over IPv4 holds.
+constexpr int kLargestMessage = 65507;
+
 /// What addresses of unix sockets begin with.
 constexpr std::string_view kUnix = "unix:";
 
@@ -73,6 +76,9 @@ std::vector<std::string> configuredAddresses() {
 SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog, Log& log) {
    // A line in the log for each packet is no use to anybody.
    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
+   // Left to itself net-snmp tries to send answers that no datagram can hold, and the manager hears nothing; now it
+   // hears tooBig. A line sendMessageMaxSize in the configuration still says otherwise.
+   netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX, kLargestMessage);
    init_agent(kName);
    init_vacm_vars();
    init_usmUser();

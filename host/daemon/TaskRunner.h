@@ -3,8 +3,8 @@
 
 #include <functional>
 
-#include "host/daemon/Descriptor.h"
 #include "host/daemon/Watch.h"
+#include "host/feed/Descriptor.h"
 #include "substrate/orb/TaskScheduler.h"
 
 namespace Daemon {
@@ -24,7 +24,7 @@ class TaskRunner {
 
    Vel::Ptr<Orb::TaskScheduler> scheduler_;
    std::function<void()> idle_;
-   Descriptor wakeUp_;  // readable for as long as there is work
+   Feed::Descriptor wakeUp_;  // readable for as long as there is work
    Watch watch_;
 };
 

@@ -11,13 +11,13 @@
 #include <utility>
 
 #include "host/daemon/Configuration.h"
-#include "host/daemon/Descriptor.h"
 #include "host/daemon/Log.h"
 #include "host/daemon/ModuleHost.h"
 #include "host/daemon/Options.h"
 #include "host/daemon/Ready.h"
 #include "host/daemon/Signals.h"
 #include "host/daemon/SnmpAgent.h"
+#include "host/daemon/StandardStreams.h"
 #include "host/daemon/TaskRunner.h"
 #include "host/feed/FileFeed.h"
 #include "host/store/StateStore.h"

@@ -13,33 +13,19 @@
 #include <system_error>
 #include <utility>
 
+#include "host/feed/Descriptor.h"
+
 namespace Feed {
 
 namespace {
 
 constexpr std::size_t kLongestName = 4096;
 
-/// A file that is open for reading.
-class Descriptor {
- public:
-   explicit Descriptor(std::filesystem::path const& file)
-         : descriptor_(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
-      if (descriptor_ < 0) throw std::system_error(errno, std::generic_category());
-   }
-   ~Descriptor() { close(descriptor_); }
-   Descriptor(Descriptor const&) = delete;
-   Descriptor& operator=(Descriptor const&) = delete;
-   int get() const { return descriptor_; }
-
- private:
-   int descriptor_;
-};
-
 /// Throws std::system_error, or std::runtime_error for a file that is not wanted.
 std::string contentOf(std::filesystem::path const& file, std::uintmax_t largest) {
-   Descriptor const descriptor(file);
+   Descriptor const descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK), "open");
    struct stat status {};
-   if (fstat(descriptor.get(), &status) != 0) throw std::system_error(errno, std::generic_category());
+   if (fstat(descriptor, &status) != 0) throw std::system_error(errno, std::generic_category());
    if (!S_ISREG(status.st_mode)) throw std::runtime_error("this is not a regular file");
    auto const tooLarge = [&] {
       throw std::runtime_error("the file is larger than " + std::to_string(largest) + " octets");
@@ -50,7 +36,7 @@ std::string contentOf(std::filesystem::path const& file, std::uintmax_t largest)
    content.resize(static_cast<std::size_t>(status.st_size) + 1);
    std::size_t size = 0;
    for (;;) {
-      ssize_t const got = read(descriptor.get(), content.data() + size, content.size() - size);
+      ssize_t const got = read(descriptor, content.data() + size, content.size() - size);
       if (got < 0 && errno == EINTR) continue;
       if (got < 0) throw std::system_error(errno, std::generic_category());
       if (got == 0) break;

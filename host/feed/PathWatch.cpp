@@ -23,12 +23,6 @@ constexpr unsigned kEntryChanges = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_
 constexpr unsigned kWatched = kEntryChanges | IN_CLOSE_WRITE | IN_ATTRIB | IN_ONLYDIR;
 constexpr int kMostLinks = 40;  // as the kernel follows
 
-int openInotify() {
-   int const descriptor = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-   if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "cannot watch files (inotify)");
-   return descriptor;
-}
-
 /// Whether the new directory entry is complete at once: a link to a file, not a file that is yet to be written.
 bool isLinkToFile(fs::path const& path) {
    struct stat status {};
@@ -37,9 +31,10 @@ bool isLinkToFile(fs::path const& path) {
 
 }  // namespace
 
-PathWatch::PathWatch(fs::path const& path) : path_(fs::absolute(path)), inotify_(openInotify()) { arm(); }
-
-PathWatch::~PathWatch() { close(inotify_); }
+PathWatch::PathWatch(fs::path const& path)
+      : path_(fs::absolute(path)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC), "cannot watch files (inotify)") {
+   arm();
+}
 
 /// Every directory entry that decides what the path means, down to the file or to the first that is missing.
 std::vector<PathWatch::Step> PathWatch::steps() const {

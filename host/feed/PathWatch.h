@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/feed/Descriptor.h"
+
 namespace Feed {
 
 /// Notices when the content of a file may have changed (inotify), however that is brought about: rewritten in place,
@@ -19,7 +21,6 @@ class PathWatch {
  public:
    /// `path` need not exist. Throws std::system_error when there is no inotify instance to be had.
    explicit PathWatch(std::filesystem::path const& path);
-   ~PathWatch();
    PathWatch(PathWatch const&) = delete;
    PathWatch& operator=(PathWatch const&) = delete;
 
@@ -54,7 +55,7 @@ class PathWatch {
    Change changeOf(int watch, unsigned mask, std::string_view name) const;
 
    std::filesystem::path const path_;
-   int const inotify_;
+   Descriptor const inotify_;
    std::map<int, std::vector<Step>> watches_;
    std::string problem_;
 };

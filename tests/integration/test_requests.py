@@ -6,7 +6,7 @@ import random
 
 import pytest
 from support import ber
-from support.ber import END_OF_MIB_VIEW, NO_ERROR, NO_SUCH_INSTANCE, NO_SUCH_OBJECT, numbers
+from support.ber import END_OF_MIB_VIEW, NO_ERROR, NO_SUCH_INSTANCE, NO_SUCH_OBJECT, TOO_BIG, numbers
 from support.tree import EXPECTED, ROOT, TABLES, below
 
 TUNNEL, HOP, PERF = (f"{oid}.1" for oid in TABLES.values())
@@ -153,6 +153,13 @@ def test_getbulk_is_cut_and_not_endless(manager):
         got = [oid for oid, _ in response.varbinds]
         assert variables <= len(got) <= 200
         assert got == bulk(oids, 0, len(got) // variables + 1)[:len(got)]
+
+
+def test_a_get_whose_answer_fits_no_packet_is_too_big(manager):
+    """The request fits a packet, and its answer does not: the manager is told so instead of waiting."""
+    response = manager.get(*[f"{TUNNEL}.5.{ROW}"] * 2100)
+    assert response.error == TOO_BIG
+    assert len(manager.get(*[f"{TUNNEL}.5.{ROW}"] * 1500).varbinds) == 1500
 
 
 def test_getbulk_with_numbers_below_zero(manager):

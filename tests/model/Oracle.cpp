@@ -24,8 +24,8 @@ std::map<Rsvp::RsvpSpId, std::vector<Rsvp::RsvpLerLspRequestConfigId>> requestsB
 
 /// The inputs of the row that a request is entitled to.
 struct Inputs {
-   MplsSnmp::StatusPtr status;
-   MplsSnmp::ConfigPtr config;
+   MplsSnmp::SubTunnelStatusPtr status;
+   MplsSnmp::SubTunnelConfigPtr config;
    MplsSnmp::RequestStatusPtr request;
    MplsSnmp::SpStatusPtr sp;
    bool complete() const { return status && config && request && sp; }

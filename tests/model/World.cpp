@@ -16,7 +16,7 @@ using Rsvp::RsvpLerSubTunnelConfigId;
 using Rsvp::RsvpLerTunnelSource;
 using Rsvp::RsvpLerTunnelSpecId;
 
-/// Another object with the same members, each either the same object or one made by `remake`.
+/// Another collection, filled from the members of this one: `set` puts each of them, another in its place, or none.
 template <class Coll, class Map, class Set>
 Vel::Ptr<Coll> copied(Map const& members, Set&& set) {
    auto const copy = Vel::makePtr<Coll>();

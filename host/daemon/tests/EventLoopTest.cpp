@@ -6,10 +6,10 @@
 #include <memory>
 #include <stdexcept>
 
-#include "host/daemon/Descriptor.h"
 #include "host/daemon/NetSnmp.h"
 #include "host/daemon/TaskRunner.h"
 #include "host/daemon/Watch.h"
+#include "host/feed/Descriptor.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ class WatchTest : public EventLoopTest {
       eventfd_read(event_, &ignored);
    }
 
-   Daemon::Descriptor const event_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"};
+   Feed::Descriptor const event_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"};
    int calls_ = 0;
 };
 

@@ -27,6 +27,7 @@ void addAgentOptions(CLI::App& command, AgentOptions& options);
 
 void addCounters(CLI::App& app);
 void addShow(CLI::App& app);
+void addSimulate(CLI::App& app);
 void addWatch(CLI::App& app);
 
 }  // namespace Tools

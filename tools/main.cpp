@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
    Tools::addShow(app);
    Tools::addWatch(app);
    Tools::addCounters(app);
+   Tools::addSimulate(app);
 
    try {
       app.parse(argc, argv);

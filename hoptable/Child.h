@@ -2,6 +2,7 @@
 /// How a level of the hop chain sets and removes the level below it.
 #pragma once
 
+#include "substrate/flo/InputStateMachine.h"
 #include "substrate/vel/Ptr.h"
 
 namespace MplsSnmp {
@@ -21,6 +22,7 @@ template <class Child, class... Inputs>
 Vel::Ptr<Child> childIs(Vel::Ptr<Child>& slot, Vel::Ptr<Child> (*build)(Inputs...),
                         std::type_identity_t<Inputs>... inputs) {
    if (slot && slot->isBuiltFrom(inputs...)) return slot;
+   ++Flo::Gen::childMachinesMade;
    Vel::Ptr<Child> const child = build(inputs...);
    if (Vel::Ptr<Child> const old = std::exchange(slot, child)) {
       // The rows of both have the same index: the one that goes takes away what the one that stays has written.

@@ -3,6 +3,7 @@
 
 #include "mib/Trace.h"
 #include "substrate/trel/Assert.h"
+#include "substrate/vel/WorkCounter.h"
 
 namespace MplsSnmp {
 
@@ -21,6 +22,8 @@ Vel::Bytes const& twoPlaceholderOctets() {
    return octets;
 }
 
+Vel::WorkCounter rowsBuilt("hop rows built");
+
 }  // namespace
 
 Vel::TypeInfo const& MplsTunnelHopTableEntry::fwkType() const {
@@ -35,7 +38,9 @@ Vel::TypeInfo const& MplsTunnelHopTableEntryRsvp::fwkType() const {
 
 MplsTunnelHopTableEntryRsvp::MplsTunnelHopTableEntryRsvp(MplsTunnelHopTableKey const& key, Snmp::InetAddress ipAddr,
                                                          Vel::Ptr<Rsvp::RsvpLerPathSpec const> pathSpec)
-      : MplsTunnelHopTableEntry(key), ipAddr_(std::move(ipAddr)), pathSpec_(std::move(pathSpec)) {}
+      : MplsTunnelHopTableEntry(key), ipAddr_(std::move(ipAddr)), pathSpec_(std::move(pathSpec)) {
+   ++rowsBuilt;
+}
 
 HopAddrType MplsTunnelHopTableEntryRsvp::hopAddrType() const {
    switch (ipAddr_.family()) {

@@ -6,6 +6,7 @@
 
 #include "inputs/tunnel/TunnelId.h"
 #include "substrate/trel/Exceptions.h"
+#include "substrate/vel/WorkCounter.h"
 
 namespace MplsSnmp {
 
@@ -13,6 +14,8 @@ namespace {
 
 /// RSVP Notify with the value for a locally repaired tunnel (RFC 3209, RFC 4090).
 constexpr Rsvp::RsvpLerLspRequestStatus::Error kTunnelLocallyRepaired{25, 3};
+
+Vel::WorkCounter rowsBuilt("tunnel rows built");
 
 }  // namespace
 
@@ -39,7 +42,9 @@ MplsTunnelTableEntryRsvp::MplsTunnelTableEntryRsvp(MplsTunnelTableKey const& key
         spStatus_(std::move(spStatus)),
         lspRequestStatus_(std::move(lspRequestStatus)),
         counterTable_(std::move(counterTable)),
-        lerHiveStatus_(std::move(lerHiveStatus)) {}
+        lerHiveStatus_(std::move(lerHiveStatus)) {
+   ++rowsBuilt;
+}
 
 Vel::String MplsTunnelTableEntryRsvp::name() const { return Rsvp::nameText(subTunnelStatus_->id().tunnelName); }
 

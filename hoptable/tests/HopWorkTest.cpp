@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 /// What a change costs does not depend on the number of tunnels.
 #include "hoptable/tests/HopChain.h"
+#include "substrate/vel/WorkCounter.h"
 #include "tests/support/TraceCapture.h"
 
 namespace MplsSnmp {
@@ -19,7 +20,7 @@ class HopWorkTest : public HopChainTest {
       }
    }
    static std::string spec(std::uint32_t index) { return fmt::format("cli:spec-{}", index); }
-   static std::uint64_t calls() { return Vel::PtrInterface::reactorCalls(); }
+   static std::uint64_t calls() { return Vel::reactorsRun.value(); }
    /// How many reactors are called by a change.
    static std::uint64_t callsOf(std::function<void()> const& change) {
       std::uint64_t const before = calls();

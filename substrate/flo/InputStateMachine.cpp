@@ -5,6 +5,12 @@
 
 namespace Flo::Gen {
 
+Vel::WorkCounter childMachinesMade("child machines made");
+
+InputStateMachine::InputStateMachine(InputStateMachine* parent) : parent_(parent) {
+   if (parent) ++childMachinesMade;
+}
+
 void InputStateMachine::handleInitialized() {
    if (control().isSynchronous()) {
       scan();

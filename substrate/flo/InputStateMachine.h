@@ -6,8 +6,12 @@
 
 #include "substrate/flo/SmControl.h"
 #include "substrate/vel/PtrInterface.h"
+#include "substrate/vel/WorkCounter.h"
 
 namespace Flo::Gen {
+
+/// Machines that were made for objects below the inputs that a derivation is given.
+extern Vel::WorkCounter childMachinesMade;
 
 class ReactorScope;
 
@@ -36,7 +40,7 @@ class InputStateMachine : public Vel::PtrInterface {
    virtual std::string_view className() const = 0;
 
  protected:
-   explicit InputStateMachine(InputStateMachine* parent) : parent_(parent) {}
+   explicit InputStateMachine(InputStateMachine* parent);
 
    /// Top machines: the control that the scan runs under, and the name of its task.
    virtual SmControl const& control() const;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "substrate/vel/Hasher.h"
+#include "substrate/vel/WorkCounter.h"
 
 namespace Vel {
 
@@ -60,6 +61,7 @@ class HashMap2018 {
       void settle(std::size_t position) {
          position_ = position;
          number_ = position < map_->slots_.size() ? map_->slots_[position].number : kEnd;
+         ++collectionNodesVisited;
       }
       auto const& slot() const { return map_->slots_[map_->positionOf(number_, position_)]; }
 
@@ -176,7 +178,7 @@ class HashMap2018 {
    }
 
    std::size_t skipDead(std::size_t position) const {
-      while (position < slots_.size() && !slots_[position].alive) ++position;
+      for (; position < slots_.size() && !slots_[position].alive; ++position) ++collectionNodesVisited;
       return position;
    }
 
@@ -195,6 +197,7 @@ class HashMap2018 {
 
    /// Drops the slots of erased entries.
    void compact() {
+      collectionNodesVisited += slots_.size();
       std::erase_if(slots_, [](Slot const& slot) { return !slot.alive; });
       firstLive_ = 0;
       index_.reset();
@@ -202,6 +205,7 @@ class HashMap2018 {
    }
 
    void reindex() {
+      collectionNodesVisited += slots_.size();
       index_ = std::make_unique<Index>(slots_.size() * 2, Hash{this}, Equal{this});
       for (std::size_t position = 0; position < slots_.size(); ++position) {
          if (slots_[position].alive) index_->insert(static_cast<Position>(position));

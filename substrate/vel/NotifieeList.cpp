@@ -3,13 +3,14 @@
 
 #include <algorithm>
 
+#include "substrate/vel/WorkCounter.h"
+
 namespace Vel {
 
 namespace {
 
 // Counts registrations of the whole process, so that a visit can tell the reactors that came after it began.
 std::uint64_t lastSerial = 0;
-std::uint64_t calls = 0;
 
 }  // namespace
 
@@ -161,11 +162,9 @@ void NotifieeList::visit(AttributeId attribute, void const* key, PtrInterface::M
    Visit visit(*this, attribute, key, hasher);
    while (NotifieeConst* const next = visit.next()) {
       Ptr<NotifieeConst> const reactor(next);
-      ++calls;
+      ++reactorsRun;
       reactor->onAttribute(attribute, key);
    }
 }
-
-std::uint64_t NotifieeList::reactorCalls() { return calls; }
 
 }  // namespace Vel

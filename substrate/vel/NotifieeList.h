@@ -54,8 +54,6 @@ class NotifieeList {
    /// Calls every reactor concerned that was registered before and still is when its turn comes.
    void visit(AttributeId attribute, void const* key, PtrInterface::MemberHasher hasher);
 
-   static std::uint64_t reactorCalls();
-
  private:
    using List = boost::intrusive::list<
          NotifieeConst,

@@ -2,16 +2,23 @@
 #include "substrate/vel/PtrInterface.h"
 
 #include "substrate/vel/NotifieeList.h"
+#include "substrate/vel/WorkCounter.h"
 
 namespace Vel {
+
+namespace {
+
+std::uint64_t objectsGone = 0;
+
+}  // namespace
 
 TypeInfo const& PtrInterface::fwkType() const {
    static constexpr TypeInfo type{.name = "Vel::PtrInterface"};
    return type;
 }
 
-PtrInterface::PtrInterface() = default;
-PtrInterface::~PtrInterface() = default;
+PtrInterface::PtrInterface() { ++objectsMade; }
+PtrInterface::~PtrInterface() { ++objectsGone; }
 
 void PtrInterface::handleZeroRef() {
    refs_.dyingIs();
@@ -34,7 +41,7 @@ void PtrInterface::visitKey(AttributeId attribute, void const* key, MemberHasher
    notifiees_->visit(attribute, key, hasher);
 }
 
-std::uint64_t PtrInterface::reactorCalls() { return NotifieeList::reactorCalls(); }
+std::uint64_t PtrInterface::objectsLive() { return objectsMade.value() - objectsGone; }
 
 PtrInterface::NotifieeConst::~NotifieeConst() { bind(nullptr); }
 

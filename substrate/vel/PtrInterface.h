@@ -63,8 +63,8 @@ class PtrInterface {
                [](AttributeId id, void const* member) { return memberHash(id, *static_cast<K const*>(member)); });
    }
 
-   /// How many calls of reactors the process has made so far: what a change costs is the difference.
-   static std::uint64_t reactorCalls();
+   /// Counted objects that there are in the process: what has come back to its old number has leaked nothing.
+   static std::uint64_t objectsLive();
 
  protected:
    PtrInterface();

@@ -9,6 +9,7 @@
 #include "substrate/trel/Assert.h"
 #include "substrate/vel/Ptr.h"
 #include "substrate/vel/RefCount.h"
+#include "substrate/vel/WorkCounter.h"
 
 namespace Vel {
 
@@ -147,6 +148,7 @@ class RbTreeMap {
    using Tree = boost::intrusive::set<Node, boost::intrusive::compare<NodeLess>>;
 
    NodePtr at(typename Tree::const_iterator position) const {
+      ++collectionNodesVisited;
       return position == tree_.end() ? NodePtr() : NodePtr(&*position);
    }
    void link(K key, V value) {

@@ -49,7 +49,7 @@ Vel::Ptr<Tallies::CounterTable> counterTable(Daemon::Options const& options) {
          entity, Tallies::ShmCounterTable::Options{.name = options.counters, .owner = options.countersOwner});
 }
 
-/// Runs until a signal ends it. Whatever cannot be used is refused before anything is served.
+/// Runs until a signal ends it, and answers from the start, while the first state is being loaded.
 void serve(Daemon::Options const& options, Clock::time_point start) {
    Daemon::Log log;
    for (auto const& trace : options.traces) log.traceLevelsIs(trace.handle, trace.levels);
@@ -57,13 +57,6 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
 
    auto const root = Vel::makePtr<Vel::EntityDir>("");
    Store::StateStore store(root);
-   // What is wrong with the file keeps it from starting, and is only logged later on.
-   std::string refusal;
-   Feed::FileFeed::Report report = [&refusal](std::string const& line) { refusal = line; };
-   Feed::FileFeed feed(store, options.state, [&report](std::string const& line) { report(line); });
-   if (!feed.load()) throw std::runtime_error(refusal);
-   report = [&log](std::string const& line) { log.error(line); };
-
    Daemon::Configuration configuration(options.config);
    Daemon::SnmpAgent agent(configuration, options.listen, log);
    auto const failed = [&agent](std::string_view error) { agent.fail(error); };
@@ -74,14 +67,23 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
                                    options.contexts);
 
    Daemon::Signals const signals([&agent] { agent.stop(); }, failed);
+
+   Store::ChangeQueue changes(store);
+   bool loaded = false;
+   // What is wrong with the first state ends the agent, and is only logged later on.
+   Feed::FileFeed feed(changes, options.state,
+                       {.loaded = [&loaded] { loaded = true; },
+                        .refused = [&](std::string const& line) { loaded ? log.error(line) : agent.fail(line); },
+                        .unwatched = [&log](std::string const& line) { log.warn(line); }});
    Daemon::Watch const feedWatch(
          feed.descriptor(), [&] { feed.handleReadable(); }, failed);
+   feed.load();
 
    std::chrono::milliseconds firstAnswer{};
    bool saidReady = false;
    Daemon::TaskRunner const tasks(
          [&] {
-            if (std::exchange(saidReady, true)) return;
+            if (!loaded || std::exchange(saidReady, true)) return;
             std::puts(toText(Daemon::Ready{module.tunnels(), options.state, agent.addresses(), configuration.access(),
                                            firstAnswer, since(start)})
                             .c_str());

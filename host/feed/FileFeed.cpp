@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/feed/FileFeed.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <functional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
-#include "host/feed/Descriptor.h"
+#include "host/store/StateError.h"
 
 namespace Feed {
 
@@ -21,55 +13,60 @@ namespace {
 
 constexpr std::size_t kLongestName = 4096;
 
-/// Throws std::system_error, or std::runtime_error for a file that is not wanted.
-std::string contentOf(std::filesystem::path const& file, std::uintmax_t largest) {
-   Descriptor const descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK), "open");
-   struct stat status {};
-   if (fstat(descriptor, &status) != 0) throw std::system_error(errno, std::generic_category());
-   if (!S_ISREG(status.st_mode)) throw std::runtime_error("this is not a regular file");
-   auto const tooLarge = [&] {
-      throw std::runtime_error("the file is larger than " + std::to_string(largest) + " octets");
-   };
-   std::string content;
-   if (static_cast<std::uintmax_t>(status.st_size) > largest) tooLarge();
-   // One octet more than is expected, so that the end shows; a file may also grow while it is read.
-   content.resize(static_cast<std::size_t>(status.st_size) + 1);
-   std::size_t size = 0;
-   for (;;) {
-      ssize_t const got = read(descriptor, content.data() + size, content.size() - size);
-      if (got < 0 && errno == EINTR) continue;
-      if (got < 0) throw std::system_error(errno, std::generic_category());
-      if (got == 0) break;
-      size += got;
-      if (size > largest) tooLarge();
-      if (size == content.size()) content.resize(2 * size);
-   }
-   content.resize(size);
-   return content;
-}
-
 }  // namespace
 
-FileFeed::FileFeed(Store::StateStore& store, std::string file, Report report, std::uintmax_t largest)
-      : store_(store), file_(std::move(file)), report_(std::move(report)), largest_(largest), watch_(file_) {}
+FileFeed::FileFeed(Store::ChangeQueue& queue, std::string file, Events events, std::uintmax_t largest)
+      : queue_(queue),
+        file_(std::move(file)),
+        events_(std::move(events)),
+        largest_(largest),
+        watch_(file_),
+        task_(Vel::makePtr<Orb::Task>(Orb::TaskSchedulerRoot::findOrCreateScheduler(), Orb::TaskPriority::normal,
+                                      "StateFile", [this](Orb::Task& task) { read(task); })) {}
 
-bool FileFeed::load() {
-   Problem problem;
+void FileFeed::load() {
+   if (loading_) {
+      changedMeanwhile_ = true;
+      return;
+   }
+   loading_ = true;
+   changedMeanwhile_ = false;
+   task_->scheduleTask();
+}
+
+void FileFeed::read(Orb::Task& task) {
    unreadable_ = false;
+   Problem problem;
    try {
-      std::string document = contentOf(watch_.path(), largest_);
-      problem.content = std::hash<std::string>()(document);
+      if (!reader_) reader_ = std::make_unique<FileReader>(watch_.path(), largest_);
+      while (reader_->readSome()) {
+         if (task.taskShouldYield()) return task.scheduleTask();
+      }
+      std::string document = reader_->take();
       if (document.empty()) throw std::runtime_error("the file is empty");
-      store_.replace(std::move(document));
+      queue_.add(Store::ChangeKind::snapshot, std::move(document),
+                 [this, content = reader_->hash()](Store::ChangeQueue::Outcome const& outcome) {
+                    finish({outcome.refusal.value_or(""), content});
+                 });
+      reader_ = nullptr;
+      return;
    } catch (std::system_error const& error) {
       unreadable_ = error.code() == std::errc::permission_denied;
       problem.text = error.code().message();
    } catch (std::runtime_error const& error) {
       problem.text = error.what();
    }
-   report(fileProblem_, problem);
-   report(watchProblem_, {watch_.problem(), 0});
-   return problem.text.empty();
+   reader_ = nullptr;
+   finish(problem);
+}
+
+void FileFeed::finish(Problem const& problem) {
+   loading_ = false;
+   // What is wrong with half a file is nobody's business when the other half has come meanwhile.
+   if (problem.text.empty() || !changedMeanwhile_) report(fileProblem_, problem, events_.refused);
+   report(watchProblem_, {watch_.problem(), 0}, events_.unwatched);
+   if (problem.text.empty()) events_.loaded();
+   if (changedMeanwhile_) load();
 }
 
 void FileFeed::handleReadable() {
@@ -79,8 +76,8 @@ void FileFeed::handleReadable() {
 }
 
 /// Says what is wrong now unless it was said before.
-void FileFeed::report(Problem& last, Problem const& now) {
-   if (!now.text.empty() && now != last) report_(Store::printable(file_, kLongestName) + ": " + now.text);
+void FileFeed::report(Problem& last, Problem const& now, std::function<void(std::string const& line)> const& tell) {
+   if (!now.text.empty() && now != last) tell(Store::printable(file_, kLongestName) + ": " + now.text);
    last = now;
 }
 

@@ -192,7 +192,7 @@ class ModelTest : public StoreTest, public ::testing::WithParamInterface<unsigne
 TEST_P(ModelTest, PatchesAndDocumentsDoWhatAMergeOfTheDocumentDoes) {
    Maker maker(GetParam());
    Json model = Json::object();
-   for (int step = 0; step < 1000; ++step) {
+   for (int step = 0; step < 500; ++step) {
       SCOPED_TRACE(step);
       Json const before = normalised(model);
       bool const isPatch = !maker.chance(10);
@@ -220,7 +220,7 @@ TEST_P(ModelTest, PatchesAndDocumentsDoWhatAMergeOfTheDocumentDoes) {
 TEST_P(ModelTest, DamagedTextsChangeNothing) {
    Maker maker(GetParam() + 1000);
    std::size_t refused = 0;
-   for (int step = 0; step < 1500; ++step) {
+   for (int step = 0; step < 750; ++step) {
       SCOPED_TRACE(step);
       if (step % 10 == 0) store.replace(maker.document(false).dump());
       std::string text = maker.document(true).dump();

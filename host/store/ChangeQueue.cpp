@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+#include "host/store/ChangeQueue.h"
+
+#include <utility>
+
+#include "host/store/StateError.h"
+#include "host/store/StateStore.h"
+
+namespace Store {
+
+namespace {
+
+// Between two looks at the clock. An entry takes a few microseconds, and some more where it makes or moves a row.
+constexpr std::size_t kEntriesAtOnce = 8;
+
+}  // namespace
+
+ChangeQueue::ChangeQueue(StateStore& store)
+      : store_(store),
+        task_(Vel::makePtr<Orb::Task>(Orb::TaskSchedulerRoot::findOrCreateScheduler(), Orb::TaskPriority::normal,
+                                      "StateChanges", [this](Orb::Task& task) { run(task); })) {}
+
+void ChangeQueue::add(ChangeKind kind, std::string document, Done done) {
+   waiting_.push_back({kind, std::move(document), std::move(done)});
+   task_->scheduleTask();
+}
+
+void ChangeQueue::run(Orb::Task& task) {
+   while (!waiting_.empty()) {
+      Outcome outcome;
+      try {
+         if (!advance(task)) return task.scheduleTask();
+         outcome.changed = changes_->changed();
+      } catch (StateError const& error) {
+         outcome.refusal = error.what();
+      }
+      changes_ = nullptr;
+      Done const done = std::move(waiting_.front().done);
+      waiting_.pop_front();
+      done(outcome);
+   }
+}
+
+/// Goes on with the first document; false when the slice is over before it is done. Throws StateError.
+bool ChangeQueue::advance(Orb::Task& task) {
+   if (!changes_) {
+      Waiting& first = waiting_.front();
+      changes_ = std::make_unique<ChangeSet>(store_, first.kind, std::move(first.document));
+   }
+   while (!changes_->checkSome(kEntriesAtOnce)) {
+      if (task.taskShouldYield()) return false;
+   }
+   while (!changes_->applySome(kEntriesAtOnce)) {
+      if (task.taskShouldYield()) return false;
+   }
+   return true;
+}
+
+}  // namespace Store

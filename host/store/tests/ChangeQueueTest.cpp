@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+/// Documents that are loaded in the slices of a task.
+#include "host/store/ChangeQueue.h"
+
+#include "host/store/tests/StoreFixture.h"
+
+namespace Store {
+namespace {
+
+using ::testing::ElementsAre;
+
+class ChangeQueueTest : public StoreTest {
+ protected:
+   // A slice is over whenever a task asks.
+   ChangeQueueTest() {
+      tasks->yieldPolicyIs([] { return true; });
+   }
+   ~ChangeQueueTest() override { tasks->yieldPolicyIs(nullptr); }
+
+   void add(ChangeKind kind, std::string document) {
+      queue.add(kind, std::move(document), [this](ChangeQueue::Outcome const& outcome) {
+         told.push_back(outcome.refusal.value_or(std::to_string(outcome.changed) + " changed"));
+      });
+   }
+   void runSlice() { tasks->runSlice(std::chrono::microseconds(0)); }
+
+   Vel::Ptr<Orb::TaskScheduler> const tasks = Orb::TaskSchedulerRoot::findOrCreateScheduler();
+   ChangeQueue queue{store};
+   std::vector<std::string> told;
+};
+
+TEST_F(ChangeQueueTest, ADocumentIsCheckedAndAppliedInSlices) {
+   add(ChangeKind::snapshot, example("headend.json"));
+   EXPECT_TRUE(tasks->hasWork());
+   std::vector<std::size_t> sizes{0};  // of the state, each time that it has grown
+   std::size_t slices = 0;
+   for (; tasks->hasWork(); ++slices) {
+      runSlice();
+      if (auto const size = state().flatten().size(); size != sizes.back()) sizes.push_back(size);
+   }
+   StateStore other(Vel::makePtr<Vel::EntityDir>("other"));
+   other.replace(example("headend.json"));
+   EXPECT_EQ(store.document(), other.document());
+   EXPECT_GT(sizes.size(), 5U);
+   EXPECT_GT(slices, 2 * (sizes.size() - 1) - 2) << "half of them check";
+   std::size_t entries = 0;
+   for (auto const& collection : store.collections()) entries += collection->size();
+   EXPECT_THAT(told, ElementsAre(std::to_string(entries) + " changed"));
+}
+
+TEST_F(ChangeQueueTest, ADocumentThatIsRefusedChangesNothing) {
+   add(ChangeKind::snapshot, example("headend.json"));
+   tasks->runAll();
+   std::string const before = store.document();
+   Json document = Json::parse(example("headend.json"));
+   document["pathSpec"]["cli:aaa"]["name"] = "new";
+   document["tunnelIndexForTunnelSpecId"]["cli:zzz"] = -1;  // near the end
+   add(ChangeKind::snapshot, document.dump());
+   while (tasks->hasWork()) {
+      runSlice();
+      ASSERT_TRUE(store.document() == before);
+   }
+   EXPECT_EQ(told.size(), 2U);
+   EXPECT_THAT(told.back(), ::testing::StartsWith("/tunnelIndexForTunnelSpecId/cli:zzz: "));
+   EXPECT_EQ(queue.waiting(), 0U);
+}
+
+TEST_F(ChangeQueueTest, DocumentsAreAppliedInTheOrderInWhichTheyCame) {
+   add(ChangeKind::snapshot, example("headend.json"));
+   runSlice();
+   add(ChangeKind::patch, R"({"pathSpec": {"cli:gold": null, "cli:new": {}}})");
+   runSlice();
+   add(ChangeKind::patch, "{");
+   add(ChangeKind::patch, R"({"pathSpec": {"cli:new": {"name": "later"}, "cli:gold": {"name": "again"}}})");
+   EXPECT_EQ(queue.waiting(), 4U);
+   tasks->runAll();
+   EXPECT_EQ(queue.waiting(), 0U);
+   EXPECT_EQ(told.size(), 4U);
+   EXPECT_EQ(told[1], "2 changed");
+   EXPECT_EQ(told[2], "line 1, column 2: the text ends too early");
+   EXPECT_EQ(told[3], "2 changed");
+   EXPECT_EQ(state()["pathSpec"]["cli:new"]["name"], "later");
+   EXPECT_EQ(state()["pathSpec"]["cli:gold"]["name"], "again");
+}
+
+TEST_F(ChangeQueueTest, WhoIsToldMayAddTheNext) {
+   queue.add(ChangeKind::patch, R"({"pathSpec": {"cli:a": {}}})",
+             [this](auto const&) { add(ChangeKind::patch, R"({"pathSpec": {"cli:b": {}}})"); });
+   tasks->runAll();
+   EXPECT_THAT(told, ElementsAre("1 changed"));
+   EXPECT_EQ(state()["pathSpec"].size(), 2U);
+}
+
+TEST_F(ChangeQueueTest, NothingIsLeftToDoWhenTheQueueHasGone) {
+   {
+      ChangeQueue shortLived(store);
+      shortLived.add(ChangeKind::snapshot, example("headend.json"),
+                     [](auto const&) { FAIL() << "there is nobody to tell"; });
+      runSlice();
+      EXPECT_TRUE(tasks->hasWork());
+   }
+   EXPECT_FALSE(tasks->hasWork());
+   EXPECT_EQ(store.document(), "{\n}\n");
+}
+
+}  // namespace
+}  // namespace Store

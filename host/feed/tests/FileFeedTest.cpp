@@ -471,5 +471,81 @@ TEST_F(FileFeedTest, ANameWithControlCharactersIsOneLine) {
    EXPECT_THAT(lines, ElementsAre(top.string() + "/a\\x0ab: No such file or directory"));
 }
 
+// ---- Loading in slices
+
+/// Every slice is over when a task asks.
+class SlicedFileFeedTest : public FileFeedTest {
+ protected:
+   SlicedFileFeedTest() {
+      tasks->yieldPolicyIs([] { return true; });
+   }
+   ~SlicedFileFeedTest() override { tasks->yieldPolicyIs(nullptr); }
+
+   /// What the host's loop does when it gives the tasks one slice.
+   void handleEvents() {
+      pollfd waiting{feed->descriptor(), POLLIN, 0};
+      while (poll(&waiting, 1, 0) > 0) feed->handleReadable();
+   }
+   void runSlice() { tasks->runSlice(std::chrono::microseconds(0)); }
+
+   /// A document of more than a megabyte: it is read in pieces.
+   static std::string largeDocumentOf(unsigned index) {
+      std::string document = documentOf(index);
+      return document.insert(document.size() - 1, 1'000'000, ' ');
+   }
+};
+
+TEST_F(SlicedFileFeedTest, NothingChangesBeforeAllIsReadAndChecked) {
+   write(file, largeDocumentOf(1));
+   feed = std::make_unique<FileFeed>(queue, file.string(), events());
+   feed->load();
+   int slices = 0;
+   for (; loads == 0 && tasks->hasWork(); ++slices) {
+      EXPECT_EQ(index(), 0U);
+      runSlice();
+   }
+   EXPECT_GT(slices, 4);
+   EXPECT_EQ(index(), 1U);
+}
+
+TEST_F(SlicedFileFeedTest, AFileThatChangesWhileItIsLoadedIsLoadedOnceMore) {
+   write(file, largeDocumentOf(1));
+   feed = std::make_unique<FileFeed>(queue, file.string(), events());
+   feed->load();
+   for (unsigned version : {2U, 3U, 4U}) {
+      runSlice();
+      publish(largeDocumentOf(version));
+      handleEvents();
+   }
+   tasks->runAll();
+   EXPECT_EQ(index(), 4U);
+   EXPECT_EQ(loads, 2) << "what comes while a file is loaded waits, and the last of it counts";
+   EXPECT_THAT(reported(), IsEmpty());
+}
+
+TEST_F(SlicedFileFeedTest, WhatIsWrongWithAFileThatHasChangedMeanwhileIsNotReported) {
+   write(file, largeDocumentOf(1));
+   start();
+   publish("{");
+   handleEvents();
+   runSlice();
+   publish(documentOf(2));
+   handleEvents();
+   tasks->runAll();
+   EXPECT_EQ(index(), 2U);
+   EXPECT_THAT(reported(), IsEmpty());
+}
+
+TEST_F(SlicedFileFeedTest, AFeedThatGoesWhileItLoadsLeavesNothingToDo) {
+   write(file, largeDocumentOf(1));
+   feed = std::make_unique<FileFeed>(queue, file.string(), events());
+   feed->load();
+   runSlice();
+   EXPECT_TRUE(tasks->hasWork());
+   feed.reset();
+   EXPECT_FALSE(tasks->hasWork());
+   EXPECT_EQ(index(), 0U);
+}
+
 }  // namespace
 }  // namespace Feed

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <utility>
 
+#include "host/daemon/AbsentRows.h"
 #include "host/snmp/SnmpUtil.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/TypeRegistry.h"
@@ -24,6 +26,19 @@ constexpr char const* kModuleRoot = "mplsTeRoot";
 std::string unregisterSymbol(std::string const& moduleName) {
    std::string const function = "unregister_" + moduleName;
    return fmt::format("_Z{}{}N3Vel6StringE", function.size(), function);
+}
+
+/// All that is registered with net-snmp, in every context.
+std::set<netsnmp_handler_registration*> registrations() {
+   std::set<netsnmp_handler_registration*> found;
+   for (auto const* context = get_top_context_cache(); context; context = context->next) {
+      for (auto const* subtree = context->first_subtree; subtree; subtree = subtree->next) {
+         for (auto const* child = subtree; child; child = child->children) {
+            if (child->reginfo) found.insert(child->reginfo);
+         }
+      }
+   }
+   return found;
 }
 
 Vel::Any pointer(Vel::Ptr<Vel::PtrInterface const> object) { return object; }
@@ -88,6 +103,7 @@ ModuleRegistration::ModuleRegistration(Library const& library, std::vector<Snmp:
    auto const served = [this](Vel::String const& context) {
       return std::ranges::find(contexts_, context) != contexts_.end();
    };
+   auto const others = registrations();
    std::vector<Vel::String> wanted{Vel::String()};
    wanted.insert(wanted.end(), contexts.begin(), contexts.end());
    for (Vel::String const& context : wanted) {
@@ -96,6 +112,9 @@ ModuleRegistration::ModuleRegistration(Library const& library, std::vector<Snmp:
       for (auto* const registration : Snmp::AutoRegistree::registrations()) {
          if (std::ranges::find(known, registration) == known.end()) registration->initHandler(context);
       }
+   }
+   for (auto* const registration : registrations()) {
+      if (!others.contains(registration)) answerAbsentRowsAtOnce(*registration);
    }
 }
 

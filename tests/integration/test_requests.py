@@ -7,6 +7,8 @@ import random
 import pytest
 from support import ber
 from support.ber import END_OF_MIB_VIEW, NO_ERROR, NO_SUCH_INSTANCE, NO_SUCH_OBJECT, TOO_BIG, numbers
+from support.manager import Manager
+from support.mplsted import Mplsted
 from support.tree import EXPECTED, ROOT, TABLES, below
 
 TUNNEL, HOP, PERF = (f"{oid}.1" for oid in TABLES.values())
@@ -189,3 +191,15 @@ def test_what_follows_is_what_the_expected_tree_says():
     assert following(f"{TUNNEL}.11") == f"{TUNNEL}.12.{ROW}"
     assert following(OIDS[-1]) is None
     assert len(below(TABLES["hop"])) == 372
+
+
+def test_a_row_that_is_not_there_costs_one_look_up(tmp_path):
+    """Managers go on asking for an LSP that has been replaced: that must not take a walk over all rows."""
+    with Mplsted(tmp_path, "--trace", "mplsTeStdMIB=2") as daemon:
+        reader = Manager(daemon.address)
+        for table, absent in ((TUNNEL, "1.1.1.1"), (PERF, "1.1.1.1"), (HOP, "1.1.99")):
+            assert reader.value(f"{table}.5.{absent}") == (NO_SUCH_INSTANCE, None)
+        reader.close()
+        looked = [line for line in daemon.log().splitlines() if "_data_point" in line]
+    assert len([line for line in looked if "allocated new loop context" in line]) == 3
+    assert not [line for line in looked if "_get_next_data_point" in line]

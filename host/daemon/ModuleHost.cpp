@@ -91,9 +91,9 @@ void ModuleEntities::unmount() {
 void ModuleEntities::stop() { Vel::attributeDel(*moduleRoot_, "rsvpTeSnmpAgent"); }
 
 std::size_t ModuleEntities::tunnels() const {
-   auto const keys = Vel::attributeKeys(*mib_, "mplsTunnelTable");
-   auto const* const list = std::any_cast<std::vector<Vel::Any>>(&keys.value);
-   return list ? list->size() : 0;
+   auto const size = Vel::attributeSize(*mib_, "mplsTunnelTable");
+   auto const* const rows = std::any_cast<std::uint64_t>(&size.value);
+   return rows ? *rows : 0;
 }
 
 ModuleRegistration::ModuleRegistration(Library const& library, std::vector<Snmp::HandlerRegistration*> const& known,

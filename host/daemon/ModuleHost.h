@@ -98,7 +98,7 @@ class ModuleHost {
    ModuleHost(ModuleHost const&) = delete;
    ModuleHost& operator=(ModuleHost const&) = delete;
 
-   /// Rows of mplsTunnelTable. Counts them one by one.
+   /// Rows of mplsTunnelTable.
    std::size_t tunnels() const { return entities_.tunnels(); }
 
  private:

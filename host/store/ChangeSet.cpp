@@ -80,7 +80,8 @@ bool ChangeSet::applySome(std::size_t entries) {
 /// From the first collection to the last, and back again to the first.
 void ChangeSet::nextPart() {
    if (removing_) {
-      --part_;  // behind the first it is beyond all
+      parts_[part_].changes = nullptr;  // here and not all at the end, which would take long
+      --part_;                          // behind the first it is beyond all
    } else if (++part_ == parts_.size()) {
       removing_ = true;
       --part_;

@@ -86,7 +86,8 @@ Vel::TypeInfo const& Router::typeInfo() {
          Vel::AttributeInfo{6, "witness", method<&Router::witness>},
          Vel::AttributeInfo{7, "hop", method<&Router::hopAt>, method<&Router::hopIs>, method<&Router::hopDel>,
                             keys<Router, &Router::hop>},
-         Vel::AttributeInfo{8, "label", nullptr, method<&Router::labelIs>, nullptr, keys<Router, &Router::label>},
+         Vel::AttributeInfo{8, "label", nullptr, method<&Router::labelIs>, nullptr, keys<Router, &Router::label>,
+                            nullptr, Vel::Generic::size<Router, &Router::label>},
          Vel::AttributeInfo{0, "reset", nullptr, nullptr, nullptr, nullptr, method<&Router::reset>}};
    static constexpr Vel::TypeInfo type{
          .name = "Sample::Router", .attributes = attributes, .construct = Vel::Generic::constructor<&Router::RouterIs>};
@@ -141,6 +142,13 @@ TEST_F(GenericTest, theKeysOfAHashMapAreListedToo) {
    auto const all = std::any_cast<std::vector<Any>>(Vel::attributeKeys(*router_, "label").value);
    ASSERT_EQ(all.size(), 1U);
    EXPECT_EQ(std::any_cast<String>(all[0]), "gold");
+}
+
+TEST_F(GenericTest, theMembersOfACollectionAreCounted) {
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeSize(*router_, "label").value), 0U);
+   set("label", args(String("gold"), std::uint64_t{16}));
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeSize(*router_, "label").value), 1U);
+   EXPECT_FALSE(Vel::attributeSize(*router_, "tunnelId").known());
 }
 
 TEST_F(GenericTest, operationsAreInvokedByName) {

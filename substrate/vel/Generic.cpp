@@ -30,6 +30,9 @@ GenericResult attributeDel(PtrInterface& object, std::string_view attribute, Any
 GenericResult attributeKeys(PtrInterface& object, std::string_view attribute) {
    return call(object, attribute, &AttributeInfo::keys, {});
 }
+GenericResult attributeSize(PtrInterface& object, std::string_view attribute) {
+   return call(object, attribute, &AttributeInfo::size, {});
+}
 GenericResult operationInvoke(PtrInterface& object, std::string_view operation, AnyArgs args) {
    return call(object, operation, &AttributeInfo::invoke, args);
 }

@@ -26,6 +26,7 @@ GenericResult attributeGet(PtrInterface& object, std::string_view attribute, Any
 GenericResult attributeSet(PtrInterface& object, std::string_view attribute, AnyArgs args);
 GenericResult attributeDel(PtrInterface& object, std::string_view attribute, AnyArgs args = {});
 GenericResult attributeKeys(PtrInterface& object, std::string_view attribute);
+GenericResult attributeSize(PtrInterface& object, std::string_view attribute);
 GenericResult operationInvoke(PtrInterface& object, std::string_view operation, AnyArgs args = {});
 
 namespace Generic {
@@ -148,6 +149,13 @@ Any keys(PtrInterface& self, AnyArgs args) {
       }
    }
    return all;
+}
+
+/// The size of that collection.
+template <class C, auto Collection>
+Any size(PtrInterface& self, AnyArgs args) {
+   needCount(args, 0);
+   return pack((dynamic_cast<C&>(self).*Collection)().size());
 }
 
 }  // namespace Generic

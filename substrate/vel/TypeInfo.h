@@ -32,6 +32,7 @@ struct AttributeInfo {
    Method del = nullptr;     ///< none, or the key
    Method keys = nullptr;    ///< the keys of a collection, as std::vector<Any>
    Method invoke = nullptr;  ///< an operation that is no attribute
+   Method size = nullptr;    ///< how many members a collection has
 };
 
 struct TypeInfo {

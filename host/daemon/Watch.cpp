@@ -9,20 +9,22 @@
 
 namespace Daemon {
 
-Watch::Watch(int descriptor, std::function<void()> readable, ErrorHandler failed)
+Watch::Watch(int descriptor, std::function<void()> ready, ErrorHandler failed, For purpose)
       : descriptor_(descriptor),
-        callbacks_(std::make_shared<Callbacks>(Callbacks{std::move(readable), std::move(failed)})) {
-   if (register_readfd(descriptor, &Watch::call, &callbacks_) != FD_REGISTERED_OK) {
+        purpose_(purpose),
+        callbacks_(std::make_shared<Callbacks>(Callbacks{std::move(ready), std::move(failed)})) {
+   auto const registerDescriptor = purpose == For::reading ? &register_readfd : &register_writefd;
+   if (registerDescriptor(descriptor, &Watch::call, &callbacks_) != FD_REGISTERED_OK) {
       throw std::runtime_error(fmt::format("net-snmp cannot watch more than {} descriptors", NUM_EXTERNAL_FDS));
    }
 }
 
-Watch::~Watch() { unregister_readfd(descriptor_); }
+Watch::~Watch() { (purpose_ == For::reading ? &unregister_readfd : &unregister_writefd)(descriptor_); }
 
 void Watch::call(int /*descriptor*/, void* callbacks) noexcept {
    auto const keep = *static_cast<std::shared_ptr<Callbacks> const*>(callbacks);
    try {
-      keep->readable();
+      keep->ready();
    } catch (std::exception const& error) {
       keep->failed(error.what());
    }

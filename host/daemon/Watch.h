@@ -11,23 +11,26 @@ namespace Daemon {
 using ErrorHandler = std::function<void(std::string_view)>;
 
 /// A descriptor of ours in net-snmp's event loop, be it our own agent's or that of a stock snmpd. Does not own the
-/// descriptor. `readable` is called whenever there is something to read, and may destroy the watch.
+/// descriptor. `ready` is called whenever there is something to read, or room to write, and may destroy the watch.
 class Watch {
  public:
-   /// Throws std::runtime_error when net-snmp has no place left: it holds 32 descriptors.
-   Watch(int descriptor, std::function<void()> readable, ErrorHandler failed);
+   enum class For { reading, writing };
+
+   /// Throws std::runtime_error when net-snmp has no place left: it holds 32 descriptors for either purpose.
+   Watch(int descriptor, std::function<void()> ready, ErrorHandler failed, For purpose = For::reading);
    ~Watch();
    Watch(Watch const&) = delete;
    Watch& operator=(Watch const&) = delete;
 
  private:
    struct Callbacks {
-      std::function<void()> readable;
+      std::function<void()> ready;
       ErrorHandler failed;
    };
    static void call(int descriptor, void* callbacks) noexcept;
 
    int descriptor_;
+   For purpose_;
    std::shared_ptr<Callbacks> callbacks_;
 };
 

@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <sys/eventfd.h>
 
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 
 #include "host/daemon/NetSnmp.h"
 #include "host/daemon/TaskRunner.h"
+#include "host/daemon/Timer.h"
 #include "host/daemon/Watch.h"
 #include "host/feed/Descriptor.h"
 
@@ -51,6 +53,17 @@ TEST_F(WatchTest, aDescriptorIsHeardWhenThereIsSomethingToRead) {
    unreadableIs();
    turn();
    EXPECT_EQ(calls_, 2);
+}
+
+TEST_F(WatchTest, aDescriptorIsHeardWhenThereIsRoomToWrite) {
+   eventfd_write(event_, 0xfffffffffffffffeU);  // as much as it holds
+   Daemon::Watch const watch(
+         event_, [this] { ++calls_; }, failed(), Daemon::Watch::For::writing);
+   turn();
+   EXPECT_EQ(calls_, 0);
+   unreadableIs();
+   turn();
+   EXPECT_EQ(calls_, 1);
 }
 
 TEST_F(WatchTest, afterItsTimeNothingIsHeard) {
@@ -97,6 +110,37 @@ TEST_F(WatchTest, moreDescriptorsThanNetSnmpTakesAreRefused) {
             for (int i = 0; i <= NUM_EXTERNAL_FDS; ++i) add();
          },
          std::runtime_error);
+}
+
+class TimerTest : public EventLoopTest {
+ protected:
+   void awaitCalls(int calls) {
+      auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+      while (calls_ < calls && std::chrono::steady_clock::now() < deadline) turn();
+      EXPECT_GE(calls_, calls);
+   }
+   int calls_ = 0;
+   Daemon::Timer timer_{[this] { ++calls_; }, failed()};
+};
+
+TEST_F(TimerTest, itIsHeardOnceOrAgainAndAgain) {
+   for (int i = 0; i < 5; ++i) turn();
+   EXPECT_EQ(calls_, 0) << "it is not running";
+   timer_.start(std::chrono::milliseconds(0));
+   awaitCalls(1);
+   for (int i = 0; i < 5; ++i) turn();
+   EXPECT_EQ(calls_, 1);
+   timer_.repeat(std::chrono::milliseconds(1));
+   awaitCalls(4);
+   EXPECT_THAT(errors_, IsEmpty());
+}
+
+TEST_F(TimerTest, itIsHeardBetweenTheTurnsOfAnotherThatNeverRests) {
+   Feed::Descriptor const busy(eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
+   Daemon::Watch const watch(
+         busy, [] {}, failed());
+   timer_.start(std::chrono::milliseconds(1));
+   awaitCalls(1);
 }
 
 class TaskRunnerTest : public EventLoopTest {

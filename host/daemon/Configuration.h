@@ -36,7 +36,10 @@ class Configuration {
    /// in ~/.snmp). Without any, the community "public" may read from this machine. What net-snmp keeps goes where
    /// SNMP_PERSISTENT_DIR or the configuration say, or into net-snmp's own directory, or, where that cannot be written
    /// to, into a private one that lasts as long as this object. Throws ConfigurationError.
-   explicit Configuration(std::filesystem::path const& file);
+   ///
+   /// `access`: whose affair it is who may read what; the master's: nothing need be said of it, and nothing is.
+   enum class Access { ours, masters };
+   explicit Configuration(std::filesystem::path const& file, Access access = Access::ours);
 
    /// Looks through what net-snmp has complained of while it read the configuration. Throws ConfigurationError for what
    /// is wrong in a file, and for a configuration that lets nobody in; returns the rest.
@@ -46,6 +49,7 @@ class Configuration {
    std::string access() const;
 
  private:
+   Access const access_;
    std::filesystem::path file_;
    std::optional<PrivateDirectory> persistent_;
 };

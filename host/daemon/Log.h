@@ -48,6 +48,7 @@ class Log {
    Log& operator=(Log const&) = delete;
 
    void error(std::string_view text) { logger_->error("{}", oneLine(text)); }
+   void info(std::string_view text) { logger_->info("{}", oneLine(text)); }
    void warn(std::string_view text) { logger_->warn("{}", oneLine(text)); }
    /// The same for lines that may repeat without end. Each `part` of the program has a RepeatFilter of its own.
    void repeatable(spdlog::level::level_enum severity, std::string_view part, std::string_view text);

@@ -24,6 +24,7 @@ Options::Trace parseTrace(std::string const& text) {
 
 void refuseEmpty(CLI::App const& app) {
    for (CLI::Option const* const option : app.get_options()) {
+      if (option->get_items_expected_min() == 0) continue;  // it may be given without a value
       if (std::ranges::any_of(option->results(), &std::string::empty)) {
          throw UsageError(fmt::format("{} must not be empty", option->get_name()));
       }
@@ -46,6 +47,14 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
                   "or unix:PATH; may be given more than once; port 0 takes a free one")
          ->type_name("ADDRESS")
          ->expected(1);
+   std::string master;
+   auto* const agentx =
+         app.add_option("--agentx", master,
+                        "Serve through the AgentX master at ADDRESS, such as unix:/run/agentx/master (the default) or "
+                        "tcp:127.0.0.1:705, instead of answering SNMP itself; who may read is the master's affair then")
+               ->type_name("[ADDRESS]")
+               ->expected(0, 1)
+               ->excludes("--listen");
    app.add_option("--module", options.module, "The MIB module to load, instead of mplsTeStdMIB.so")->type_name("FILE");
    app.add_option("--counters", options.counters,
                   "The shared memory that the forwarding process keeps packets and bytes in; without it they read as 0")
@@ -80,6 +89,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
       throw UsageError(fmt::format("{}: see 'mplsted --help'", error.what()));
    }
    refuseEmpty(app);
+   if (agentx->count() != 0) options.agentx = master;
    std::ranges::transform(traces, std::back_inserter(options.traces), parseTrace);
    return options;
 }

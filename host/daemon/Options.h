@@ -25,6 +25,8 @@ struct Options {
    std::filesystem::path state;
    /// Addresses in net-snmp's notation, such as "udp:127.0.0.1:11161". Empty: those of the configuration.
    std::vector<std::string> listen;
+   /// Serve through the AgentX master at this address instead of listening; an empty one: what the configuration says.
+   std::optional<std::string> agentx;
    /// Empty: the module that belongs to this program.
    std::filesystem::path module;
    /// The shared memory that holds the counters; empty: none.

@@ -9,10 +9,12 @@
 namespace Daemon {
 
 std::string toText(Ready const& ready) {
-   return oneLine(fmt::format(
-         "ready: {} tunnel{} from {}, SNMP on {} ({}), first answer after {} ms, all rows after {} ms", ready.tunnels,
-         ready.tunnels == 1 ? "" : "s", ready.state.string(), fmt::join(ready.addresses, " and "), ready.access,
-         ready.firstAnswer.count(), ready.allRows.count()));
+   std::string const serving =
+         ready.master ? fmt::format("AgentX, master at {}", *ready.master)
+                      : fmt::format("SNMP on {} ({}), first answer after {} ms", fmt::join(ready.addresses, " and "),
+                                    ready.access, ready.firstAnswer.count());
+   return oneLine(fmt::format("ready: {} tunnel{} from {}, {}, all rows after {} ms", ready.tunnels,
+                              ready.tunnels == 1 ? "" : "s", ready.state.string(), serving, ready.allRows.count()));
 }
 
 }  // namespace Daemon

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct Ready {
    /// From the start of the process until requests were answered, and until the rows of the first state were there.
    std::chrono::milliseconds firstAnswer;
    std::chrono::milliseconds allRows;
+   /// The master's address, when it is a master that answers requests.
+   std::optional<std::string> master = {};
 };
 
 /// One line, without its end: "ready: 13 tunnels from headend.json, SNMP on ...".

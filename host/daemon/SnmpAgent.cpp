@@ -13,6 +13,7 @@
 #include <system_error>
 
 #include "host/daemon/NetSnmp.h"
+#include "host/daemon/Subagent.h"
 
 namespace Daemon {
 
@@ -83,6 +84,7 @@ SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog
    init_vacm_vars();
    init_usmUser();
    init_system_mib();
+   Subagent::registerConfiguration();
    netSnmpLog.keep();
    init_snmp(kName);
    try {
@@ -95,8 +97,10 @@ SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog
 
 SnmpAgent::Library::~Library() { snmp_shutdown(kName); }
 
-SnmpAgent::SnmpAgent(Configuration& configuration, std::vector<std::string> const& addresses, Log& log)
-      : netSnmpLog_(log), library_(configuration, netSnmpLog_, log) {
+SnmpAgent::SnmpAgent(Configuration& configuration, Log& log)
+      : netSnmpLog_(log), library_(configuration, netSnmpLog_, log) {}
+
+void SnmpAgent::listen(std::vector<std::string> const& addresses) {
    for (std::string const& address : addresses.empty() ? configuredAddresses() : addresses) listen(address);
 }
 

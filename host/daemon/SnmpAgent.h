@@ -24,13 +24,14 @@ class SnmpAgent {
    /// Where it listens when nothing else is said.
    static constexpr char const* kDefaultAddress = "udp:127.0.0.1:11161";
 
-   /// Listens on `addresses`, or where the configuration says, or on the default address.
-   /// Throws ConfigurationError and ListenError.
-   SnmpAgent(Configuration& configuration, std::vector<std::string> const& addresses, Log& log);
+   /// Listens nowhere yet. Throws ConfigurationError.
+   SnmpAgent(Configuration& configuration, Log& log);
    ~SnmpAgent();
    SnmpAgent(SnmpAgent const&) = delete;
    SnmpAgent& operator=(SnmpAgent const&) = delete;
 
+   /// Listens on `addresses`, or where the configuration says, or on the default address. Throws ListenError.
+   void listen(std::vector<std::string> const& addresses);
    /// The addresses that it listens on, with the ports that it was given.
    std::vector<std::string> const& addresses() const { return addresses_; }
 

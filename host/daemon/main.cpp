@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -18,6 +19,7 @@
 #include "host/daemon/Signals.h"
 #include "host/daemon/SnmpAgent.h"
 #include "host/daemon/StandardStreams.h"
+#include "host/daemon/Subagent.h"
 #include "host/daemon/TaskRunner.h"
 #include "host/feed/FileFeed.h"
 #include "host/store/StateStore.h"
@@ -57,9 +59,16 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
 
    auto const root = Vel::makePtr<Vel::EntityDir>("");
    Store::StateStore store(root);
-   Daemon::Configuration configuration(options.config);
-   Daemon::SnmpAgent agent(configuration, options.listen, log);
+   using Access = Daemon::Configuration::Access;
+   Daemon::Configuration configuration(options.config, options.agentx ? Access::masters : Access::ours);
+   Daemon::SnmpAgent agent(configuration, log);
    auto const failed = [&agent](std::string_view error) { agent.fail(error); };
+   std::optional<Daemon::Subagent> subagent;
+   if (options.agentx) {
+      subagent.emplace(*options.agentx, log, failed);
+   } else {
+      agent.listen(options.listen);
+   }
 
    auto const counters = counterTable(options);
    Daemon::ModuleHost const module(options.module.empty() ? Daemon::ownModule() : options.module, root,
@@ -85,7 +94,8 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
          [&] {
             if (!loaded || std::exchange(saidReady, true)) return;
             std::puts(toText(Daemon::Ready{module.tunnels(), options.state, agent.addresses(), configuration.access(),
-                                           firstAnswer, since(start)})
+                                           firstAnswer, since(start),
+                                           subagent ? std::optional(subagent->status().master) : std::nullopt})
                             .c_str());
             std::fflush(stdout);  // somebody who does not listen is no reason to end
             warnOfUnknownHandles(options.traces, log);

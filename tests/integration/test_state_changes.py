@@ -7,29 +7,15 @@ import os
 import pytest
 from support.ber import NO_SUCH_INSTANCE
 from support.manager import Manager
-from support.mplsted import HEAD_END, SOURCE, Mplsted
+from support.mplsted import HEAD_END, Mplsted
 from support.stand_in import await_true
+from support.state import STATE, SWITCH_OVER, merged
 from support.tree import EXPECTED, ROOT, TABLES, parse
 
 NAME = f"{TABLES['tunnel']}.1.5"
-STATE = json.loads(HEAD_END.read_text(encoding="utf-8"))
-SWITCH_OVER = json.loads((SOURCE / "examples" / "switchover.json").read_text(encoding="utf-8"))
 
 PARIS, AMSTERDAM, FRANKFURT, MADRID = ("12.1.167772161.167772169", "13.1.167772161.167772165",
                                        "14.5.167772161.167772167", "15.4.167772161.167772174")
-
-
-def merged(document, patch):
-    """RFC 7396."""
-    if not isinstance(patch, dict):
-        return patch
-    result = dict(document) if isinstance(document, dict) else {}
-    for name, value in patch.items():
-        if value is None:
-            result.pop(name, None)
-        else:
-            result[name] = merged(result.get(name), value)
-    return result
 
 
 @pytest.fixture(scope="module")

@@ -26,6 +26,7 @@ TEST(Options, aStateFileIsAllThatIsNeeded) {
    ASSERT_TRUE(options);
    EXPECT_EQ(options->state, "state.json");
    EXPECT_THAT(options->listen, IsEmpty());
+   EXPECT_FALSE(options->agentx);
    EXPECT_TRUE(options->module.empty());
    EXPECT_TRUE(options->config.empty());
    EXPECT_THAT(options->traces, IsEmpty());
@@ -60,8 +61,8 @@ TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
    testing::internal::CaptureStdout();
    EXPECT_FALSE(parse({"--help"}));
    std::string const help = testing::internal::GetCapturedStdout();
-   for (char const* const option : {"--state", "--listen", "--counters", "--counters-owner", "--module", "--config",
-                                    "--trace", "--context", "--version", "--help"}) {
+   for (char const* const option : {"--state", "--listen", "--agentx", "--counters", "--counters-owner", "--module",
+                                    "--config", "--trace", "--context", "--version", "--help"}) {
       EXPECT_THAT(help, HasSubstr(option));
    }
 }
@@ -75,6 +76,18 @@ TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
    EXPECT_EQ(refusal({"--state", "s", "--context", ""}), "--context must not be empty");
    EXPECT_THAT(refusal({"--state", "s", "--counters-owner", "root"}), HasSubstr("root"));
    EXPECT_THAT(refusal({"--state", "s", "--counters-owner", "-1"}), HasSubstr("-1"));
+}
+
+TEST(Options, theMasterSAddressMayBeLeftOut) {
+   EXPECT_EQ(parse({"--state", "s", "--agentx"})->agentx, "");
+   EXPECT_EQ(parse({"--agentx", "--state", "s"})->agentx, "");
+   EXPECT_EQ(parse({"--state", "s", "--agentx", "tcp:127.0.0.1:7705"})->agentx, "tcp:127.0.0.1:7705");
+   EXPECT_EQ(parse({"--agentx=unix:/run/agentx/master", "--state", "s"})->agentx, "unix:/run/agentx/master");
+}
+
+TEST(Options, whoServesThroughAMasterDoesNotListen) {
+   EXPECT_EQ(refusal({"--state", "s", "--agentx", "--listen", "udp:127.0.0.1:161"}),
+             "--listen excludes --agentx: see 'mplsted --help'");
 }
 
 TEST(Options, aWrongTraceIsRefusedWithItsText) {

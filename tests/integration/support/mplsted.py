@@ -14,8 +14,8 @@ SOURCE = Path(os.environ["MPLSTE_SOURCE_DIR"])
 PROGRAM = BUILD / "mplsted"
 HEAD_END = SOURCE / "examples" / "headend.json"
 
-READY = re.compile(r"ready: (\d+) tunnels? from (.+), SNMP on (.+) \((.+)\), "
-                   r"first answer after \d+ ms, all rows after \d+ ms\n")
+READY = re.compile(r"ready: (\d+) tunnels? from (.+), (?:SNMP on (.+) \((.+)\), first answer after \d+ ms|"
+                   r"AgentX, master at (.+)), all rows after \d+ ms\n")
 
 # Who may do what in most tests: see and set all that stands in MIB-2. Nothing of the tables can be set, but the agent
 # says so only to who may set.
@@ -72,12 +72,17 @@ class Mplsted:
 
     def ready(self):
         """What the ready line says: tunnels, state file, addresses, access."""
-        tunnels, state, addresses, access = READY.fullmatch(self.out.read_text()).groups()
+        tunnels, state, addresses, access, _ = READY.fullmatch(self.out.read_text()).groups()
         return int(tunnels), state, addresses.split(" and "), access
 
     @property
     def address(self):
         return self.ready()[2][0]
+
+    @property
+    def master(self):
+        """The address of the AgentX master, as the ready line has it."""
+        return READY.fullmatch(self.out.read_text())[5]
 
     def stop(self, how=signal.SIGTERM):
         """Ends it, and checks that it ended well and that no sanitizer had anything to say."""

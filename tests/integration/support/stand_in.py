@@ -75,6 +75,12 @@ def free_udp_port():
         return probe.getsockname()[1]
 
 
+def free_tcp_port():
+    with socket.socket(socket.AF_INET, socket.SOCK_STREAM) as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
 class StandIn:
     """An snmpd that serves the published variables to the community "public", and only itself to "narrow"."""
 

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+/// The messages of AgentX (RFC 2741) as net-snmp's sessions read and write them, with what its own code gets wrong in a
+/// subagent put right.
+#pragma once
+
+#include "host/daemon/NetSnmp.h"
+
+namespace Daemon {
+
+/// What net-snmp's sessions and messages have for a version when they are AgentX.
+constexpr long kAgentXVersion = 0xc1;
+
+/// Types of messages, net-snmp's commands.
+enum AgentXType : u_char {
+   kAgentXOpen = 1,
+   kAgentXClose = 2,
+   kAgentXRegister = 3,
+   kAgentXUnregister = 4,
+   kAgentXGet = 5,
+   kAgentXUndoSet = 10,
+   kAgentXPing = 13,
+   kAgentXResponse = 18
+};
+
+/// Flags of messages.
+enum AgentXFlag : u_char { kAgentXInstance = 0x01, kAgentXNonDefaultContext = 0x08, kAgentXNetworkByteOrder = 0x10 };
+
+/// The longest message that net-snmp reads, in octets.
+constexpr std::size_t kLongestAgentXMessage = 65536;
+
+/// Cuts every sub-identifier of the names, ends of ranges and object identifiers of a list of variables down to its 32
+/// bits: net-snmp reads them from AgentX through a signed int, so those from 2^31 on arrive sign-extended.
+void maskSubidentifiers(netsnmp_variable_list* variables);
+
+/// How long the message that begins at `data` is, with its header; 0 when that cannot be told yet, and more than
+/// net-snmp takes, which ends the connection, when it is longer than any master would write.
+int checkAgentX(u_char* data, std::size_t length);
+
+/// Reads a message. A request that cannot be read is answered at once, with tooBig when it is too long and else with
+/// genErr: a master that waits in vain closes the session. Returns SNMP_ERR_NOERROR or what is wrong.
+int parseAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, std::size_t length);
+
+/// Writes a message at the start of `*buffer`, which it may allocate anew. A response that is too long becomes the
+/// error tooBig. Returns 0, or -1 when the message cannot be written.
+int buildAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char** buffer, std::size_t* bufferLength,
+                std::size_t* length);
+
+}  // namespace Daemon

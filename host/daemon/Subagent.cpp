@@ -1,0 +1,356 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/Subagent.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <system_error>
+#include <utility>
+
+namespace Daemon {
+
+namespace {
+
+constexpr std::chrono::seconds kRetry(1);
+constexpr int kPingInterval = 5;  // seconds
+/// Ticks in a row without a word from the master: after the first it is asked, after the second it is said not to
+/// answer, after the last the connection is given up.
+constexpr unsigned kUnresponsive = 2;
+constexpr unsigned kGivenUp = 4;
+
+/// Why a session is closed (RFC 2741, 6.2.2).
+constexpr long kReasonShutdown = 5;
+
+/// net-snmp must not find a request overdue: that is for us to say.
+constexpr long kNoTimeout = 1000L * 1000 * 1000 * 1000;
+
+std::string masterOf(std::string_view given) {
+   if (!given.empty()) return std::string(given);
+   char const* const configured = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET);
+   return configured ? configured : Subagent::kDefaultMaster;
+}
+
+std::chrono::seconds pingInterval() {
+   return std::chrono::seconds(
+         std::max(1, netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL)));
+}
+
+/// What a master answers (RFC 2741, 6.2.16), for people.
+std::string errorText(long error) {
+   switch (error) {
+      case 256:
+         return "openFailed";
+      case 257:
+         return "notOpen";
+      case 262:
+         return "unsupportedContext";
+      case 263:
+         return "duplicateRegistration; does another subagent serve the same tables?";
+      case 266:
+         return "parseError";
+      case 267:
+         return "requestDenied";
+      default:
+         return fmt::format("error {}", error);
+   }
+}
+
+/// Serves the next entry of a session's queue, if there is one.
+void readNow(netsnmp_session* session) {
+   void* const opaque = snmp_sess_pointer(session);
+   int const descriptor = snmp_sess_transport(opaque)->sock;
+   pollfd watched{descriptor, POLLIN, 0};
+   if (poll(&watched, 1, 0) <= 0) return;
+   netsnmp_large_fd_set set;
+   netsnmp_large_fd_set_init(&set, descriptor + 1);
+   NETSNMP_LARGE_FD_ZERO(&set);
+   NETSNMP_LARGE_FD_SET(descriptor, &set);
+   snmp_sess_read2(opaque, &set);
+   netsnmp_large_fd_set_cleanup(&set);
+}
+
+}  // namespace
+
+void Subagent::registerConfiguration() {
+   netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, kPingInterval);
+   netsnmp_ds_register_config(ASN_INTEGER, netsnmp_ds_get_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE),
+                              "agentXPingInterval", NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL);
+}
+
+Subagent::Subagent(std::string_view master, Log& log, ErrorHandler failed)
+      : log_(log),
+        failed_(std::move(failed)),
+        address_(masterOf(master)),
+        status_{.master = address_.text()},
+        interval_(pingInterval()),
+        timer_([this] { tick(); }, failed_) {
+   instance_ = this;
+   // Through this session requests get to the agent of this process.
+   agentx_callback_sess = netsnmp_callback_open(callback_master_num, &handle_subagent_response, nullptr, nullptr);
+   if (!agentx_callback_sess) throw std::runtime_error("net-snmp cannot open a session to its own agent");
+   for (int const change : {SNMPD_CALLBACK_REGISTER_OID, SNMPD_CALLBACK_UNREGISTER_OID}) {
+      snmp_register_callback(SNMP_CALLBACK_APPLICATION, change, &Subagent::registrationChanged, nullptr);
+   }
+   timer_.start({});
+}
+
+Subagent::~Subagent() {
+   for (int const change : {SNMPD_CALLBACK_REGISTER_OID, SNMPD_CALLBACK_UNREGISTER_OID}) {
+      snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, change, &Subagent::registrationChanged, nullptr, 1);
+   }
+   instance_ = nullptr;
+   if (session_) {
+      netsnmp_pdu* const request = newRequest(kAgentXClose);
+      request->errstat = kReasonShutdown;
+      send(kAgentXClose, request);
+      link_->finish(std::chrono::seconds(1));
+      snmp_close(session_);
+   }
+   snmp_close(std::exchange(agentx_callback_sess, nullptr));
+}
+
+// What net-snmp calls
+
+int Subagent::registrationChanged(int /*major*/, int minor, void* parameters, void* /*argument*/) noexcept {
+   auto const& changed = *static_cast<register_parameters const*>(parameters);
+   // net-snmp registers the roots of the OID tree with itself in each new context; nobody else is to ask for them.
+   if (changed.namelen <= 1) return SNMPERR_SUCCESS;
+   try {
+      Registration registration{.root = {changed.name, changed.name + changed.namelen},
+                                .priority = changed.priority,
+                                .rangeSubid = changed.range_subid,
+                                .rangeBound = changed.range_ubound,
+                                .flags = changed.flags,
+                                .context = {}};
+      if (changed.contextName && *changed.contextName) registration.context = changed.contextName;
+      if (minor == SNMPD_CALLBACK_REGISTER_OID) {
+         instance_->registrationAdded(std::move(registration));
+      } else {
+         instance_->registrationRemoved(registration);
+      }
+   } catch (std::exception const& error) {
+      instance_->failed_(error.what());
+   }
+   return SNMPERR_SUCCESS;
+}
+
+int Subagent::received(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu,
+                       void* /*magic*/) noexcept {
+   // A session that was given up may have messages left.
+   if (!instance_ || session != instance_->session_) return 1;
+   try {
+      if (operation == NETSNMP_CALLBACK_OP_DISCONNECT) {
+         // The link goes in there, and its text with it.
+         instance_->lose(std::string(instance_->link_->end()));
+      } else if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) {
+         instance_->heard();
+         if (pdu->command == kAgentXClose) {
+            instance_->lose("it has closed the session");
+         } else {
+            handle_agentx_packet(operation, session, requestId, pdu, nullptr);
+            // Request and answer go through sessions of net-snmp with a queue each, of which the event loop would
+            // serve one entry a turn: with a queue that grows faster than that it would crawl, and stop at last.
+            readNow(callback_master_sess);
+            readNow(agentx_callback_sess);
+         }
+      }
+   } catch (std::exception const& error) {
+      instance_->failed_(error.what());
+   }
+   return 1;
+}
+
+int Subagent::answered(int operation, netsnmp_session* session, int /*requestId*/, netsnmp_pdu* pdu,
+                       void* type) noexcept {
+   if (!instance_ || session != instance_->session_) return 1;
+   // The end of a connection is told to the session's own callback as well.
+   if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) return 1;
+   try {
+      instance_->heard();
+      instance_->answer(static_cast<AgentXType>(reinterpret_cast<std::uintptr_t>(type)), *pdu);
+   } catch (std::exception const& error) {
+      instance_->failed_(error.what());
+   }
+   return 1;
+}
+
+// A connection's way
+
+void Subagent::connect() {
+   phase_ = Phase::connecting;
+   silent_ = 0;
+   heard_ = false;
+   timer_.repeat(interval_);
+   try {
+      link_.emplace(
+            address_, [this](int error) { connected(error); }, failed_);
+   } catch (std::system_error const& error) {
+      lose(address_.explain(error.code().value()));
+   }
+}
+
+void Subagent::connected(int error) {
+   if (error != 0) return lose(address_.explain(error));
+   netsnmp_session wanted;
+   snmp_sess_init(&wanted);
+   wanted.version = kAgentXVersion;
+   wanted.retries = 0;
+   wanted.timeout = kNoTimeout;
+   wanted.flags |= SNMP_FLAGS_STREAM_SOCKET;
+   wanted.callback = &Subagent::received;
+   session_ = snmp_add_full(&wanted, link_->newTransport(), nullptr, &parseAgentX, nullptr, nullptr, &buildAgentX,
+                            &checkAgentX, nullptr);
+   if (!session_) return lose("net-snmp cannot open a session");
+
+   phase_ = Phase::opening;
+   netsnmp_pdu* const request = newRequest(kAgentXOpen);
+   // Identified by its description alone; and the master's own timeout is right for us.
+   constexpr oid null[] = {0, 0};
+   constexpr std::string_view description = "mplsted";
+   snmp_pdu_add_variable(request, null, std::size(null), ASN_OCTET_STR, description.data(), description.size());
+   send(kAgentXOpen, request);
+}
+
+void Subagent::answer(AgentXType type, netsnmp_pdu const& response) {
+   bool const refused = response.errstat != SNMP_ERR_NOERROR;
+   switch (type) {
+      case kAgentXOpen:
+         if (refused) return lose(fmt::format("it refuses a session: {}", errorText(response.errstat)));
+         session_->sessid = response.sessid;
+         opened();
+         break;
+      case kAgentXRegister:
+         if (refused) return lose(fmt::format("it refuses a registration: {}", errorText(response.errstat)));
+         --unanswered_;
+         serveWhenRegistered();
+         break;
+      case kAgentXPing:
+         if (refused) lose(fmt::format("it has ended the session: {}", errorText(response.errstat)));
+         break;
+      default:  // what has been taken back or closed is over, whatever the master says
+         break;
+   }
+}
+
+void Subagent::opened() {
+   phase_ = Phase::registering;
+   unanswered_ = 0;
+   for (Registration const& registration : registrations_) {
+      ++unanswered_;
+      send(kAgentXRegister, newRequest(kAgentXRegister, registration));
+   }
+   serveWhenRegistered();
+}
+
+void Subagent::serveWhenRegistered() {
+   if (phase_ != Phase::registering || unanswered_ != 0) return;
+   phase_ = Phase::serving;
+   stateIs(MasterStatus::State::connected);
+}
+
+void Subagent::heard() {
+   heard_ = true;
+   if (status_.state == MasterStatus::State::unresponsive) stateIs(MasterStatus::State::connected);
+}
+
+void Subagent::registrationAdded(Registration registration) {
+   if (phase_ >= Phase::registering) {
+      ++unanswered_;
+      send(kAgentXRegister, newRequest(kAgentXRegister, registration));
+   }
+   registrations_.push_back(std::move(registration));
+}
+
+void Subagent::registrationRemoved(Registration const& registration) {
+   std::erase_if(registrations_, [&](Registration const& other) {
+      return other.root == registration.root && other.priority == registration.priority &&
+             other.context == registration.context && other.rangeSubid == registration.rangeSubid;
+   });
+   if (phase_ >= Phase::registering) send(kAgentXUnregister, newRequest(kAgentXUnregister, registration));
+}
+
+void Subagent::tick() {
+   if (phase_ == Phase::waiting) return connect();
+   if (std::exchange(heard_, false)) {
+      silent_ = 0;
+      return;
+   }
+   ++silent_;
+   if (silent_ >= kGivenUp) {
+      lose("it does not answer");
+   } else if (phase_ == Phase::serving && silent_ == 1) {
+      send(kAgentXPing, newRequest(kAgentXPing));
+   } else if (phase_ == Phase::serving && silent_ == kUnresponsive) {
+      stateIs(MasterStatus::State::unresponsive);
+   }
+}
+
+void Subagent::lose(std::string const& why) {
+   bool const served = phase_ == Phase::serving;
+   phase_ = Phase::waiting;
+   session_ = nullptr;
+   link_.reset();
+   timer_.start(kRetry);
+   status_.lastError = why;
+   if (served) {
+      log_.warn(fmt::format("AgentX, lost the master at {}: {}; trying to connect again", address_.text(), why));
+      stateIs(MasterStatus::State::disconnected);
+   } else if (said_.insert(why).second) {
+      log_.error(fmt::format("AgentX, cannot connect to the master at {}: {}", address_.text(), why));
+   }
+}
+
+void Subagent::stateIs(MasterStatus::State state) {
+   using enum MasterStatus::State;
+   auto const former = std::exchange(status_.state, state);
+   status_.since = std::chrono::system_clock::now();
+   if (state == unresponsive) {
+      log_.warn(fmt::format("AgentX, the master at {} does not answer", address_.text()));
+   } else if (state == connected && former == unresponsive) {
+      log_.info(fmt::format("AgentX, the master at {} answers again", address_.text()));
+   } else if (state == connected) {
+      said_.clear();
+      log_.info(fmt::format("AgentX, {}connected to the master at {}",
+                            std::exchange(everConnected_, true) ? "again " : "", address_.text()));
+   }
+}
+
+// Messages
+
+netsnmp_pdu* Subagent::newRequest(AgentXType type) const {
+   netsnmp_pdu* const request = snmp_pdu_create(type);
+   if (!request) throw std::bad_alloc();
+   request->sessid = session_->sessid;
+   return request;
+}
+
+netsnmp_pdu* Subagent::newRequest(AgentXType type, Registration const& registration) const {
+   netsnmp_pdu* const request = newRequest(type);
+   request->priority = registration.priority;
+   request->range_subid = registration.rangeSubid;
+   if ((registration.flags & FULLY_QUALIFIED_INSTANCE) != 0) request->flags |= kAgentXInstance;
+   if (registration.context) {
+      request->flags |= kAgentXNonDefaultContext;
+      request->community = reinterpret_cast<u_char*>(strdup(registration.context->c_str()));
+      request->community_len = registration.context->size();
+   }
+   std::vector<oid> const& root = registration.root;
+   if (registration.rangeSubid != 0) {
+      std::vector<oid> end = root;
+      end[registration.rangeSubid - 1] = registration.rangeBound;
+      snmp_pdu_add_variable(request, root.data(), root.size(), ASN_OBJECT_ID, end.data(), end.size() * sizeof(oid));
+   } else {
+      snmp_add_null_var(request, root.data(), root.size());
+   }
+   return request;
+}
+
+void Subagent::send(AgentXType type, netsnmp_pdu* request) {
+   auto* const magic = reinterpret_cast<void*>(static_cast<std::uintptr_t>(type));
+   // What cannot be sent has an end of the connection that will be read.
+   if (snmp_async_send(session_, request, &Subagent::answered, magic) == 0) snmp_free_pdu(request);
+}
+
+}  // namespace Daemon

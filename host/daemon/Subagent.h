@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/daemon/AgentXMessages.h"
+#include "host/daemon/Log.h"
+#include "host/daemon/MasterAddress.h"
+#include "host/daemon/MasterLink.h"
+#include "host/daemon/MasterStatus.h"
+#include "host/daemon/NetSnmp.h"
+#include "host/daemon/Timer.h"
+#include "host/daemon/Watch.h"
+
+namespace Daemon {
+
+/// Serves what is registered with this process's SnmpAgent through another agent, the master (AgentX, RFC 2741). It
+/// connects whenever there is a master, and says so in the log; nothing ever waits for the master.
+///
+/// net-snmp brings a subagent along, which opens, pings and registers by waiting for the answer; here its messages are
+/// read and written by the same code, but sent and answered in the event loop.
+class Subagent {
+ public:
+   /// Where a master is looked for when nothing else is said.
+   static constexpr char const* kDefaultMaster = "unix:/run/agentx/master";
+
+   /// Makes the configuration's agentXPingInterval known: seconds after which a master that has not been heard is
+   /// asked whether it is there. To be called before the configuration is read.
+   static void registerConfiguration();
+
+   /// `master`: its address, or empty: agentXSocket of the configuration, or kDefaultMaster. To be made when the agent
+   /// has been made, and before what is to be served is registered. Exists once. Throws AddressError.
+   Subagent(std::string_view master, Log& log, ErrorHandler failed);
+   /// Closes the session and waits for the master to have taken note, for a second at most.
+   ~Subagent();
+   Subagent(Subagent const&) = delete;
+   Subagent& operator=(Subagent const&) = delete;
+
+   MasterStatus const& status() const { return status_; }
+
+ private:
+   enum class Phase { waiting, connecting, opening, registering, serving };
+
+   /// A region of the OID tree, as register_parameters has it.
+   struct Registration {
+      std::vector<oid> root;
+      int priority;
+      int rangeSubid;  // from 1; 0: none
+      oid rangeBound;
+      u_char flags;
+      std::optional<std::string> context;
+      bool operator==(Registration const&) const = default;
+   };
+
+   // Called by net-snmp.
+   static int registrationChanged(int major, int minor, void* parameters, void* argument) noexcept;
+   static int received(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* magic) noexcept;
+   static int answered(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* type) noexcept;
+
+   void connect();
+   void connected(int error);
+   void opened();
+   void serveWhenRegistered();
+   void heard();
+   void answer(AgentXType type, netsnmp_pdu const& response);
+   void registrationAdded(Registration registration);
+   void registrationRemoved(Registration const& registration);
+   void tick();
+   void lose(std::string const& why);
+   void stateIs(MasterStatus::State state);
+
+   netsnmp_pdu* newRequest(AgentXType type) const;
+   netsnmp_pdu* newRequest(AgentXType type, Registration const& registration) const;
+   void send(AgentXType type, netsnmp_pdu* request);
+
+   // net-snmp frees what a callback is given as its own argument when it shuts down.
+   static inline Subagent* instance_ = nullptr;
+
+   Log& log_;
+   ErrorHandler const failed_;
+   MasterAddress const address_;
+   MasterStatus status_;
+   std::chrono::seconds const interval_;
+   Timer timer_;
+   std::vector<Registration> registrations_;
+
+   Phase phase_ = Phase::waiting;
+   std::optional<MasterLink> link_;
+   netsnmp_session* session_ = nullptr;
+   std::size_t unanswered_ = 0;  // registrations
+   bool heard_ = false;          // the master, since the last tick
+   unsigned silent_ = 0;         // ticks in a row without having heard it
+   bool everConnected_ = false;
+   std::set<std::string> said_;  // why there is no connection, since there was one
+};
+
+}  // namespace Daemon

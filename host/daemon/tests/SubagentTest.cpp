@@ -1,0 +1,351 @@
+// SPDX-License-Identifier: MIT
+// A subagent between this process's agent library and a master that the test plays, octet by octet (RFC 2741).
+#include "host/daemon/Subagent.h"
+
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/un.h>
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/daemon/Configuration.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+constexpr std::chrono::seconds kDeadline(20);
+
+using Octets = std::vector<u_char>;
+
+struct Message {
+   u_char type;
+   u_char flags;
+   Octets header;
+   Octets payload;
+
+   /// A number of the payload, in the byte order that the flags say.
+   std::uint32_t number(std::size_t at) const {
+      std::uint32_t value = 0;
+      for (std::size_t i = 0; i < 4; ++i) {
+         std::size_t const octet = (flags & Daemon::kAgentXNetworkByteOrder) != 0 ? i : 3 - i;
+         value = value << 8U | payload[at + octet];
+      }
+      return value;
+   }
+   /// The context that it begins with, and where the rest begins.
+   std::pair<std::string, std::size_t> context() const {
+      if ((flags & Daemon::kAgentXNonDefaultContext) == 0) return {"", 0};
+      std::size_t const size = number(0);
+      return {std::string(payload.begin() + 4, payload.begin() + 4 + static_cast<std::ptrdiff_t>(size)),
+              4 + (size + 3) / 4 * 4};
+   }
+   /// What a registration says: "CONTEXT .5.6.7", with the sub-identifiers behind 1.3.6.1.
+   std::string region() const {
+      auto [text, at] = context();
+      text += " ";
+      unsigned const count = payload[at + 4];
+      EXPECT_EQ(payload[at + 5], 4) << "the prefix 1.3.6.1.4";
+      for (unsigned i = 0; i < count; ++i) text += "." + std::to_string(number(at + 8 + 4 * i));
+      return text;
+   }
+};
+
+/// Numbers of a message in network byte order.
+Octets message(u_char type, Octets const& payload) {
+   Octets octets{1,
+                 type,
+                 Daemon::kAgentXNetworkByteOrder,
+                 0,
+                 0,
+                 0,
+                 0,
+                 7,
+                 0,
+                 0,
+                 0,
+                 1,
+                 0,
+                 0,
+                 0,
+                 2,
+                 0,
+                 0,
+                 static_cast<u_char>(payload.size() >> 8U),
+                 static_cast<u_char>(payload.size())};
+   octets.insert(octets.end(), payload.begin(), payload.end());
+   return octets;
+}
+
+class SubagentTest : public testing::Test {
+ protected:
+   SubagentTest() : listener_(::socket(AF_UNIX, SOCK_STREAM, 0), "socket") {
+      sockaddr_un address{};
+      address.sun_family = AF_UNIX;
+      path().copy(address.sun_path, sizeof address.sun_path - 1);
+      EXPECT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+      EXPECT_EQ(listen(listener_, 5), 0);
+   }
+   ~SubagentTest() override {
+      stream_ = nullptr;  // or the subagent would wait for the master to close it
+      while (!served_.empty()) unserve();
+   }
+
+   std::string path() const { return (directory_.path() / "agentx").string(); }
+
+   Daemon::Subagent& start() {
+      subagent_ = std::make_unique<Daemon::Subagent>("unix:" + path(), log_,
+                                                     [this](std::string_view error) { errors_.emplace_back(error); });
+      return *subagent_;
+   }
+
+   /// Something to serve under 1.3.6.1.4.1.99999.
+   void serve(oid subidentifier, char const* context = "") {
+      oid const root[] = {1, 3, 6, 1, 4, 1, 99999, subidentifier};
+      auto* const registration = netsnmp_create_handler_registration("test", &SubagentTest::handle, root,
+                                                                     std::size(root), HANDLER_CAN_RONLY);
+      registration->contextName = strdup(context);
+      ASSERT_EQ(netsnmp_register_handler(registration), MIB_REGISTERED_OK);
+      served_.emplace_back(subidentifier, context);
+   }
+   /// Takes back what was served last.
+   void unserve() {
+      auto const [subidentifier, context] = served_.back();
+      served_.pop_back();
+      oid root[] = {1, 3, 6, 1, 4, 1, 99999, subidentifier};
+      EXPECT_EQ(unregister_mib_context(root, std::size(root), DEFAULT_MIB_PRIORITY, 0, 0, context.c_str()),
+                MIB_UNREGISTERED_OK);
+   }
+
+   /// Turns the event loop until something is to be read from the socket.
+   void await(int socket) {
+      auto const deadline = std::chrono::steady_clock::now() + kDeadline;
+      pollfd watched{socket, POLLIN, 0};
+      while (poll(&watched, 1, 1) == 0) {
+         ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+         agent_check_and_process(0);
+      }
+   }
+   template <class Condition>
+   void awaitTrue(Condition const& condition) {
+      auto const deadline = std::chrono::steady_clock::now() + kDeadline;
+      while (!condition()) {
+         ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+         agent_check_and_process(0);
+         poll(nullptr, 0, 1);
+      }
+   }
+
+   void accept() {
+      await(listener_);
+      stream_ = std::make_unique<Feed::Descriptor>(::accept(listener_, nullptr, nullptr), "accept");
+   }
+
+   Octets octets(std::size_t size) {
+      Octets found(size);
+      for (std::size_t at = 0; at < size && !HasFatalFailure();) {
+         await(*stream_);
+         auto const length = recv(*stream_, found.data() + at, size - at, 0);
+         if (length <= 0) {
+            ADD_FAILURE() << "the connection ends";
+            break;
+         }
+         at += static_cast<std::size_t>(length);
+      }
+      return found;
+   }
+   Message receive() {
+      Octets const header = octets(20);
+      Message message{header[1], header[2], header, {}};
+      message.payload = Octets(header.begin() + 16, header.end());
+      message.payload = octets(message.number(0));
+      return message;
+   }
+   void send(Octets const& octets) {
+      ASSERT_EQ(::send(*stream_, octets.data(), octets.size(), MSG_NOSIGNAL), static_cast<ssize_t>(octets.size()));
+   }
+   void answer(Message const& request, u_char error = 0) {
+      Octets response(request.header.begin(), request.header.begin() + 16);
+      response[1] = Daemon::kAgentXResponse;
+      response[2] = 0;
+      // In the byte order of this machine's subagent: the least octet first.
+      for (u_char const octet : {8, 0, 0, 0, 0, 0, 0, 0, static_cast<int>(error), error ? 1 : 0, 0, 0}) {
+         response.push_back(octet);
+      }
+      send(response);
+   }
+
+   /// Takes the subagent on, and says what it registers.
+   std::vector<std::string> takeOn() {
+      accept();
+      Message const open = receive();
+      EXPECT_EQ(open.type, Daemon::kAgentXOpen);
+      answer(open);
+      std::vector<std::string> regions;
+      for (std::size_t i = 0; i < served_.size(); ++i) {
+         Message const request = receive();
+         EXPECT_EQ(request.type, Daemon::kAgentXRegister);
+         regions.push_back(request.region());
+         answer(request);
+      }
+      awaitTrue([this] { return subagent_->status().state == State::connected; });
+      return regions;
+   }
+
+   static int handle(netsnmp_mib_handler* /*handler*/, netsnmp_handler_registration* /*registration*/,
+                     netsnmp_agent_request_info* info, netsnmp_request_info* requests) {
+      asked_.emplace_back(requests->requestvb->name, requests->requestvb->name + requests->requestvb->name_length);
+      static std::vector<u_char> const large(60000, 'x');
+      std::size_t const size = requests->requestvb->name[7] == 2 ? large.size() : 1;
+      if (info->mode == MODE_GET) {
+         for (auto* request = requests; request; request = request->next) {
+            snmp_set_var_typed_value(request->requestvb, ASN_OCTET_STR, large.data(), size);
+         }
+      }
+      return SNMP_ERR_NOERROR;
+   }
+
+   using State = Daemon::MasterStatus::State;
+   static inline std::vector<std::vector<oid>> asked_;
+
+   Daemon::PrivateDirectory directory_;
+   Feed::Descriptor listener_;
+   std::unique_ptr<Feed::Descriptor> stream_;
+   Daemon::Log log_;
+   std::vector<std::string> errors_;
+   std::unique_ptr<Daemon::Subagent> subagent_;
+   std::vector<std::pair<oid, std::string>> served_;
+};
+
+TEST_F(SubagentTest, whatIsRegisteredIsRegisteredWithTheMasterInItsContext) {
+   start();
+   serve(1);
+   serve(1, "red");
+   serve(2, "blue context");
+   EXPECT_THAT(takeOn(), UnorderedElementsAre(" .1.99999.1", "red .1.99999.1", "blue context .1.99999.2"));
+   EXPECT_THAT(errors_, IsEmpty());
+}
+
+TEST_F(SubagentTest, andAgainAfterTheMasterHasGone) {
+   start();
+   serve(1);
+   serve(1, "red");
+   takeOn();
+   stream_ = nullptr;
+   awaitTrue([this] { return subagent_->status().state == State::disconnected; });
+   EXPECT_THAT(takeOn(), UnorderedElementsAre(" .1.99999.1", "red .1.99999.1"));
+}
+
+TEST_F(SubagentTest, whatComesAndGoesLaterIsToldToTheMaster) {
+   start();
+   serve(1);
+   takeOn();
+   serve(3, "red");
+   Message const added = receive();
+   EXPECT_EQ(added.type, Daemon::kAgentXRegister);
+   EXPECT_EQ(added.region(), "red .1.99999.3");
+   answer(added);
+   unserve();
+   Message const removed = receive();
+   EXPECT_EQ(removed.type, Daemon::kAgentXUnregister);
+   EXPECT_EQ(removed.region(), "red .1.99999.3");
+   stream_ = nullptr;
+   EXPECT_THAT(takeOn(), ElementsAre(" .1.99999.1"));
+}
+
+TEST_F(SubagentTest, itsStateCanBeRead) {
+   auto const before = std::chrono::system_clock::now();
+   Daemon::MasterStatus const& status = start().status();
+   EXPECT_EQ(status.master, "unix:" + path());
+   EXPECT_EQ(status.state, State::disconnected);
+   EXPECT_EQ(status.lastError, "");
+   serve(1);
+   takeOn();
+   auto const since = status.since;
+   EXPECT_GE(since, before);
+   EXPECT_EQ(status.lastError, "");
+   stream_ = nullptr;
+   awaitTrue([&status] { return status.state == State::disconnected; });
+   EXPECT_GT(status.since, since);
+   EXPECT_EQ(status.lastError, "it has closed the connection");
+   takeOn();
+   EXPECT_EQ(status.lastError, "it has closed the connection") << "why it was not connected before";
+}
+
+// A GET of 1.3.6.1.4.1.99999.1.(2^32 - 1).(2^31)
+Octets const kLargeSubidentifiers{5, 4, 0,    0,    0,    0,    0,    1, 0, 1, 0x86, 0x9f, 0, 0,
+                                  0, 1, 0xff, 0xff, 0xff, 0xff, 0x80, 0, 0, 0, 0,    0,    0, 0};
+
+TEST_F(SubagentTest, subidentifiersAreUnsigned) {
+   start();
+   serve(1);
+   takeOn();
+   asked_.clear();
+   send(message(Daemon::kAgentXGet, kLargeSubidentifiers));
+   EXPECT_EQ(receive().type, Daemon::kAgentXResponse);
+   EXPECT_THAT(asked_, ElementsAre(ElementsAre(1, 3, 6, 1, 4, 1, 99999, 1, 0xffffffffU, 0x80000000U)));
+}
+
+TEST_F(SubagentTest, aRequestThatCannotBeReadIsRefusedAtOnce) {
+   start();
+   serve(1);
+   takeOn();
+   Octets const cutOff(kLargeSubidentifiers.begin(), kLargeSubidentifiers.begin() + 20);
+   send(message(Daemon::kAgentXGet, cutOff));
+   Message const response = receive();
+   EXPECT_EQ(response.type, Daemon::kAgentXResponse);
+   EXPECT_THAT(response.payload, ElementsAre(0, 0, 0, 0, 0, SNMP_ERR_GENERR, 0, 1));
+   send(message(Daemon::kAgentXGet, kLargeSubidentifiers));
+   EXPECT_EQ(receive().number(4), 0U) << "and the session goes on";
+}
+
+TEST_F(SubagentTest, anAnswerThatIsTooLongIsTheErrorTooBig) {
+   start();
+   serve(2);
+   takeOn();
+   Octets twice;
+   for (int i = 0; i < 2; ++i) {
+      for (u_char const octet :
+           {5, 4, 0, 0, 0, 0, 0, 1, 0, 1, 0x86, 0x9f, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, i, 0, 0, 0, 0}) {
+         twice.push_back(octet);
+      }
+   }
+   send(message(Daemon::kAgentXGet, twice));
+   Message const response = receive();
+   EXPECT_EQ(response.payload.size(), 8U);
+   EXPECT_EQ(response.number(4), SNMP_ERR_TOOBIG * 0x10000U + 1);
+}
+
+TEST_F(SubagentTest, aMasterThatTalksNonsenseIsLeft) {
+   Daemon::MasterStatus const& status = start().status();
+   serve(1);
+   for (u_char const octet : {'?', '\x7f', '\xff'}) {
+      takeOn();
+      send(Octets(64, octet));
+      awaitTrue([&status] { return status.state == State::disconnected; });
+   }
+   takeOn();
+}
+
+TEST_F(SubagentTest, aMasterThatNeverReadsIsGivenUpBeforeItTakesAllMemory) {
+   Daemon::MasterStatus const& status = start().status();
+   serve(2);
+   takeOn();
+   Octets const request = message(Daemon::kAgentXGet, {5, 4, 0, 0, 0, 0, 0, 1, 0, 1, 0x86, 0x9f, 0, 0,
+                                                       0, 2, 0, 0, 0, 3, 0, 0, 0, 0, 0,    0,    0, 0});
+   // It asks until nobody listens any more.
+   awaitTrue([&] {
+      return ::send(*stream_, request.data(), request.size(), MSG_NOSIGNAL) < 0 || status.state != State::connected;
+   });
+   awaitTrue([&status] { return status.state == State::disconnected; });
+   EXPECT_EQ(status.lastError, "it does not read what it is sent");
+}
+
+}  // namespace

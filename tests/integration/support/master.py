@@ -1,0 +1,71 @@
+# SPDX-License-Identifier: MIT
+"""A stock snmpd on loopback as the AgentX master, with a configuration of the test and nothing of the machine's."""
+
+import signal
+import subprocess
+from pathlib import Path
+
+from support.mplsted import environment
+from support.stand_in import DEADLINE, await_true, free_udp_port
+
+SNMPD = "/usr/sbin/snmpd"
+STARTED = "NET-SNMP version"
+ACCESS = """\
+rocommunity public 127.0.0.1 .1.3.6.1.2.1
+rwcommunity private 127.0.0.1 .1.3.6.1.2.1
+"""
+
+
+class Master:
+    """May be started and stopped as often as a test likes; its addresses stay."""
+
+    def __init__(self, folder, *lines, socket=None, access=ACCESS):
+        """lines: more of its configuration. socket: where subagents find it, instead of a unix socket in folder.
+        access: who may read what."""
+        self.folder = Path(folder)
+        self.socket = socket or f"unix:{self.folder}/agentx"
+        self.address = f"udp:127.0.0.1:{free_udp_port()}"
+        self.config, self.output = self.folder / "snmpd.conf", self.folder / "snmpd.log"
+        self.config.write_text(access + "\n".join(
+            ["master agentx", f"agentXSocket {self.socket}", "agentXPerms 0660 0755",
+             "dontLogTCPWrappersConnects yes", *lines, ""]), encoding="utf-8")
+        self.environment = environment(self.folder / "snmpd")
+        self.process = None
+
+    def launch(self):
+        with open(self.output, "w", encoding="utf-8") as output:
+            self.process = subprocess.Popen([SNMPD, "-f", "-Lo", "-C", "-c", self.config, self.address],
+                                            stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT,
+                                            env=self.environment)
+
+    def start(self):
+        self.launch()
+        await_true(lambda: self.process.poll() is not None or STARTED in self.log(), "snmpd to start")
+        assert self.process.poll() is None, self.log()
+        return self
+
+    def log(self):
+        return self.output.read_text(encoding="utf-8")
+
+    def pause(self):
+        """Stops it where it stands; what others send it stays unread."""
+        self.process.send_signal(signal.SIGSTOP)
+
+    def resume(self):
+        self.process.send_signal(signal.SIGCONT)
+
+    def end(self, how=signal.SIGTERM):
+        if self.process:
+            self.process.send_signal(how)
+            self.resume()
+            self.process.wait(DEADLINE)
+            self.process = None
+
+    def kill(self):
+        self.end(signal.SIGKILL)
+
+    def __enter__(self):
+        return self.start()
+
+    def __exit__(self, *_):
+        self.end()

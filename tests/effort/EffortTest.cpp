@@ -65,7 +65,7 @@ class Switch {
 
 }  // namespace
 
-TEST(Work, OfTheFirstScanGrowsWithTheTunnels) {
+TEST(Effort, OfTheFirstScanGrowsWithTheTunnels) {
    Switch small(headEndOf(1000));
    Switch large(headEndOf(10'000));
    Work const few = small.start();
@@ -81,7 +81,7 @@ TEST(Work, OfTheFirstScanGrowsWithTheTunnels) {
    }
 }
 
-TEST(Work, OfOneTunnelsChangeIsTheSameInALargeNetwork) {
+TEST(Effort, OfOneTunnelsChangeIsTheSameInALargeNetwork) {
    Switch small(headEndOf(100));
    Switch large(headEndOf(10'000));
    small.start();

@@ -22,7 +22,7 @@ Vel::Bytes const& twoPlaceholderOctets() {
    return octets;
 }
 
-Vel::WorkCounter rowsBuilt("hop rows built");
+Vel::WorkCounter hopRowsBuilt("hop rows built");
 
 }  // namespace
 
@@ -39,7 +39,7 @@ Vel::TypeInfo const& MplsTunnelHopTableEntryRsvp::fwkType() const {
 MplsTunnelHopTableEntryRsvp::MplsTunnelHopTableEntryRsvp(MplsTunnelHopTableKey const& key, Snmp::InetAddress ipAddr,
                                                          Vel::Ptr<Rsvp::RsvpLerPathSpec const> pathSpec)
       : MplsTunnelHopTableEntry(key), ipAddr_(std::move(ipAddr)), pathSpec_(std::move(pathSpec)) {
-   ++rowsBuilt;
+   ++hopRowsBuilt;
 }
 
 HopAddrType MplsTunnelHopTableEntryRsvp::hopAddrType() const {

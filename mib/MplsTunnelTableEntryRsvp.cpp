@@ -15,7 +15,7 @@ namespace {
 /// RSVP Notify with the value for a locally repaired tunnel (RFC 3209, RFC 4090).
 constexpr Rsvp::RsvpLerLspRequestStatus::Error kTunnelLocallyRepaired{25, 3};
 
-Vel::WorkCounter rowsBuilt("tunnel rows built");
+Vel::WorkCounter tunnelRowsBuilt("tunnel rows built");
 
 }  // namespace
 
@@ -43,7 +43,7 @@ MplsTunnelTableEntryRsvp::MplsTunnelTableEntryRsvp(MplsTunnelTableKey const& key
         lspRequestStatus_(std::move(lspRequestStatus)),
         counterTable_(std::move(counterTable)),
         lerHiveStatus_(std::move(lerHiveStatus)) {
-   ++rowsBuilt;
+   ++tunnelRowsBuilt;
 }
 
 Vel::String MplsTunnelTableEntryRsvp::name() const { return Rsvp::nameText(subTunnelStatus_->id().tunnelName); }

@@ -25,13 +25,14 @@ using Tunnel::TunnelTable::TunnelId;
 using Json = nlohmann::json;
 
 // A kind of tunnel: the word for it, and the collection of the state that holds the indexes of such tunnels.
-struct Kind {
+struct TunnelKind {
    TunnelId::Type type;
    std::string_view word;
    char const* collection;
 };
-constexpr std::array kKinds{Kind{TunnelId::Type::rsvpTunnel, "tunnel", "tunnelIndexForTunnelSpecId"},
-                            Kind{TunnelId::Type::rsvpSubTunnel, "subtunnel", "tunnelIndexForSubTunnelConfigId"}};
+constexpr std::array kTunnelKinds{
+      TunnelKind{TunnelId::Type::rsvpTunnel, "tunnel", "tunnelIndexForTunnelSpecId"},
+      TunnelKind{TunnelId::Type::rsvpSubTunnel, "subtunnel", "tunnelIndexForSubTunnelConfigId"}};
 
 template <class Number>
 Number toNumber(std::string_view text) {
@@ -71,7 +72,7 @@ std::uint64_t toNumber64(std::string_view text) { return toNumber<std::uint64_t>
 TunnelNames::TunnelNames(std::string const& file) : file_(file) {
    Json const state = parsed(file);
    if (!state.is_object()) throw std::runtime_error(fmt::format("{}: not an object", file));
-   for (Kind const& kind : kKinds) {
+   for (TunnelKind const& kind : kTunnelKinds) {
       auto const found = state.find(kind.collection);
       if (found == state.end()) continue;
       if (!found->is_object()) throw std::runtime_error(fmt::format("{}: {}: not an object", file, kind.collection));
@@ -128,7 +129,7 @@ std::uint64_t TunnelNames::take(std::span<std::string const>& words) const {
    if (words.empty()) throw std::invalid_argument("no tunnel is given");
    std::string const& word = words.front();
    words = words.subspan(1);
-   for (Kind const& kind : kKinds) {
+   for (TunnelKind const& kind : kTunnelKinds) {
       auto const type = fmt::format("{}:", static_cast<std::underlying_type_t<TunnelId::Type>>(kind.type));
       std::string_view index;
       if (word.starts_with(type)) {

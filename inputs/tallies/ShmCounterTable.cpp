@@ -22,7 +22,7 @@ Vel::TraceHandle const& traceHandle() {
 }
 
 // How many slots to read at once on the way to a key: more than nearly every search has to pass.
-constexpr std::uint32_t kBlock = 8;
+constexpr std::uint32_t kSlotsAtOnce = 8;
 
 // How many damaged slots a search passes before it gives up: enough to survive some damage, without taking long where
 // all is damaged.
@@ -103,12 +103,12 @@ CounterMap::Entry const* ShmCounterTable::find(std::uint64_t tunnelValue) const 
 }
 
 std::optional<std::uint32_t> ShmCounterTable::slotOf(std::uint64_t tunnelValue, std::uint32_t slots) const {
-   std::array<tallies_entry, kBlock> block{};
+   std::array<tallies_entry, kSlotsAtOnce> block{};
    std::uint32_t const chain = tallies_chain_length(slots);
    std::uint32_t slot = tallies_home(tunnelValue, slots);
    std::vector<SegmentDamage> damaged;
    for (std::uint32_t passed = 0; passed < chain;) {
-      auto const some = std::span(block).first(std::min({kBlock, slots - slot, chain - passed}));
+      auto const some = std::span(block).first(std::min({kSlotsAtOnce, slots - slot, chain - passed}));
       segment_->read(slot, some);
       for (tallies_entry& entry : some) {
          try {

@@ -12,7 +12,7 @@ using testing::StartsWith;
 
 std::optional<Daemon::Options> parse(std::vector<char const*> arguments) { return Daemon::parseOptions(arguments); }
 
-std::string refusal(std::vector<char const*> const& arguments) {
+std::string usageError(std::vector<char const*> const& arguments) {
    try {
       Daemon::parseOptions(arguments);
    } catch (Daemon::UsageError const& error) {
@@ -68,14 +68,14 @@ TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
 }
 
 TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
-   EXPECT_EQ(refusal({}), "--state is required: see 'mplsted --help'");
-   EXPECT_THAT(refusal({"--state", "s", "--stat", "t"}), HasSubstr("--stat"));
-   EXPECT_THAT(refusal({"--state", "s", "more"}), HasSubstr("more"));
-   EXPECT_THAT(refusal({"--state"}), HasSubstr("--state"));
-   EXPECT_EQ(refusal({"--state", ""}), "--state must not be empty");
-   EXPECT_EQ(refusal({"--state", "s", "--context", ""}), "--context must not be empty");
-   EXPECT_THAT(refusal({"--state", "s", "--counters-owner", "root"}), HasSubstr("root"));
-   EXPECT_THAT(refusal({"--state", "s", "--counters-owner", "-1"}), HasSubstr("-1"));
+   EXPECT_EQ(usageError({}), "--state is required: see 'mplsted --help'");
+   EXPECT_THAT(usageError({"--state", "s", "--stat", "t"}), HasSubstr("--stat"));
+   EXPECT_THAT(usageError({"--state", "s", "more"}), HasSubstr("more"));
+   EXPECT_THAT(usageError({"--state"}), HasSubstr("--state"));
+   EXPECT_EQ(usageError({"--state", ""}), "--state must not be empty");
+   EXPECT_EQ(usageError({"--state", "s", "--context", ""}), "--context must not be empty");
+   EXPECT_THAT(usageError({"--state", "s", "--counters-owner", "root"}), HasSubstr("root"));
+   EXPECT_THAT(usageError({"--state", "s", "--counters-owner", "-1"}), HasSubstr("-1"));
 }
 
 TEST(Options, theMasterSAddressMayBeLeftOut) {
@@ -86,14 +86,14 @@ TEST(Options, theMasterSAddressMayBeLeftOut) {
 }
 
 TEST(Options, whoServesThroughAMasterDoesNotListen) {
-   EXPECT_EQ(refusal({"--state", "s", "--agentx", "--listen", "udp:127.0.0.1:161"}),
+   EXPECT_EQ(usageError({"--state", "s", "--agentx", "--listen", "udp:127.0.0.1:161"}),
              "--listen excludes --agentx: see 'mplsted --help'");
 }
 
 TEST(Options, aWrongTraceIsRefusedWithItsText) {
    for (char const* const text :
         {"mplsTeStdMIB", "=1", "mplsTeStdMIB=", "mplsTeStdMIB=16", "mplsTeStdMIB=2-1", "mplsTeStdMIB=all"}) {
-      EXPECT_THAT(refusal({"--state", "s", "--trace", text}), StartsWith(std::string("--trace ") + text + ": "));
+      EXPECT_THAT(usageError({"--state", "s", "--trace", text}), StartsWith(std::string("--trace ") + text + ": "));
    }
 }
 

@@ -140,8 +140,9 @@ ModuleHost::~ModuleHost() { entities_.stop(); }
 std::filesystem::path ownModule() {
    namespace fs = std::filesystem;
    constexpr char const* kFile = "mplsTeStdMIB.so";
-   fs::path const beside = fs::read_symlink("/proc/self/exe").parent_path() / kFile;
-   fs::path const installed = fs::path(MPLSTE_MODULE_DIR) / kFile;
+   fs::path const program = fs::read_symlink("/proc/self/exe").parent_path();
+   fs::path const beside = program / kFile;
+   fs::path const installed = (program / MPLSTE_MODULE_DIR / kFile).lexically_normal();
    for (fs::path const& file : {beside, installed}) {
       if (fs::exists(file)) return file;
    }

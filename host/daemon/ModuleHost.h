@@ -114,7 +114,8 @@ class ModuleHost {
    ModuleRegistration registration_;
 };
 
-/// The module that belongs to the running program: beside it where it was built, else where it is installed.
+/// The module that belongs to the running program: beside it where it was built, else where it is installed,
+/// which is known by its place relative to the program.
 /// Throws ModuleError, naming both places, when it is in neither.
 std::filesystem::path ownModule();
 

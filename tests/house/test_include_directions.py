@@ -25,6 +25,8 @@ MAY_INCLUDE = {
     "host/daemon": ["substrate", "inputs", "host"],
     "host/dlmod": ["substrate", "inputs", "host"],
     "tools": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],
+    # As outsiders write them, against what is installed.
+    "examples": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],
     # Whole-product tests and benchmarks look at everything.
     "tests": [""],
     "bench": [""],

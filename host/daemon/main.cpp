@@ -14,6 +14,7 @@
 #include "host/daemon/Configuration.h"
 #include "host/daemon/Log.h"
 #include "host/daemon/ModuleHost.h"
+#include "host/daemon/Notify.h"
 #include "host/daemon/Options.h"
 #include "host/daemon/Ready.h"
 #include "host/daemon/Signals.h"
@@ -54,6 +55,7 @@ Vel::Ptr<Tallies::CounterTable> counterTable(Daemon::Options const& options) {
 /// Runs until a signal ends it, and answers from the start, while the first state is being loaded.
 void serve(Daemon::Options const& options, Clock::time_point start) {
    Daemon::Log log;
+   Daemon::Notify const notify;
    for (auto const& trace : options.traces) log.traceLevelsIs(trace.handle, trace.levels);
    Daemon::blockEndingSignals();
 
@@ -75,7 +77,12 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
                                    {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
                                    options.contexts);
 
-   Daemon::Signals const signals([&agent] { agent.stop(); }, failed);
+   Daemon::Signals const signals(
+         [&] {
+            notify.stopping();
+            agent.stop();
+         },
+         failed);
 
    Store::ChangeQueue changes(store);
    bool loaded = false;
@@ -93,15 +100,17 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
    Daemon::TaskRunner const tasks(
          [&] {
             if (!loaded || std::exchange(saidReady, true)) return;
-            std::puts(toText(Daemon::Ready{module.tunnels(), options.state, agent.addresses(), configuration.access(),
-                                           firstAnswer, since(start),
-                                           subagent ? std::optional(subagent->status().master) : std::nullopt})
-                            .c_str());
+            auto const ready = toText(
+                  Daemon::Ready{module.tunnels(), options.state, agent.addresses(), configuration.access(), firstAnswer,
+                                since(start), subagent ? std::optional(subagent->status().master) : std::nullopt});
+            notify.status(ready);
+            std::puts(ready.c_str());
             std::fflush(stdout);  // somebody who does not listen is no reason to end
             warnOfUnknownHandles(options.traces, log);
          },
          failed);
    firstAnswer = since(start);
+   notify.ready("answering, while the state is being loaded");
    agent.run();
 }
 

@@ -11,6 +11,7 @@
 #include <iomanip>
 #include <sstream>
 #include <system_error>
+#include <utility>
 
 #include "host/daemon/NetSnmp.h"
 
@@ -105,7 +106,8 @@ PrivateDirectory::~PrivateDirectory() {
    fs::remove_all(path_, ignored);
 }
 
-Configuration::Configuration(fs::path const& file, Access access) : access_(access), file_(file) {
+Configuration::Configuration(fs::path const& file, std::function<Access()> access)
+      : access_(std::move(access)), file_(file) {
    // Numeric OIDs only: reading the MIBs would cost more time and memory than all tunnels.
    setenv("MIBS", "", 0);
    if (!std::getenv("SNMP_PERSISTENT_DIR") && ::access(get_persistent_directory(), W_OK) != 0) {
@@ -114,15 +116,18 @@ Configuration::Configuration(fs::path const& file, Access access) : access_(acce
    }
 
    if (file_.empty()) {
-      auto const directories = searchPath();
-      setSearchPath(directories);
-      file_ = findFile(directories);
+      searched_ = searchPath();
    } else {
-      setSearchPath({});
       netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, file_.c_str());
    }
+   setSearchPath(searched_);
+   look();
+}
+
+void Configuration::look() {
+   if (!searched_.empty()) file_ = findFile(searched_);
    if (file_.empty()) {
-      if (access_ == Access::masters) return;
+      if (access_() == Access::masters) return;
       for (char const* const line : kDefaultAccess) netsnmp_config_remember(std::string(line).data());
    } else {
       check(file_);
@@ -134,7 +139,7 @@ std::vector<std::string> Configuration::checked(std::vector<std::string> const& 
    std::vector<std::string> others;
    for (std::string const& complaint : complaints) {
       if (complaint.starts_with("Warning: no access control information configured")) {
-         if (access_ == Access::masters) continue;
+         if (access_() == Access::masters) continue;
          throw ConfigurationError(
                fmt::format("{}: it lets nobody in; add a line such as: rocommunity public 127.0.0.1", file_.string()));
       }

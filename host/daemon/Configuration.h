@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -37,9 +38,14 @@ class Configuration {
    /// SNMP_PERSISTENT_DIR or the configuration say, or into net-snmp's own directory, or, where that cannot be written
    /// to, into a private one that lasts as long as this object. Throws ConfigurationError.
    ///
-   /// `access`: whose affair it is who may read what; the master's: nothing need be said of it, and nothing is.
+   /// `access`: whose affair it is who may read what, as far as is known when it is asked; the master's: nothing need
+   /// be said of it, and nothing is.
    enum class Access { ours, masters };
-   explicit Configuration(std::filesystem::path const& file, Access access = Access::ours);
+   explicit Configuration(
+         std::filesystem::path const& file, std::function<Access()> access = [] { return Access::ours; });
+
+   /// Looks for the file again, and prepares net-snmp to read it. Throws ConfigurationError.
+   void look();
 
    /// Looks through what net-snmp has complained of while it read the configuration. Throws ConfigurationError for what
    /// is wrong in a file, and for a configuration that lets nobody in; returns the rest.
@@ -49,8 +55,9 @@ class Configuration {
    std::string access() const;
 
  private:
-   Access const access_;
+   std::function<Access()> const access_;
    std::filesystem::path file_;
+   std::vector<std::filesystem::path> searched_;  // empty: the file was given
    std::optional<PrivateDirectory> persistent_;
 };
 

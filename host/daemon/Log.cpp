@@ -3,7 +3,10 @@
 
 #include <fmt/format.h>
 #include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/sinks/syslog_sink.h>
+#include <syslog.h>
 
+#include <array>
 #include <utility>
 
 namespace Daemon {
@@ -32,14 +35,30 @@ bool RepeatFilter::admits(std::string_view text, Clock::time_point now) {
    return true;
 }
 
-Log::Log() : logger_(std::make_shared<spdlog::logger>("mplsted", std::make_shared<spdlog::sinks::stderr_sink_st>())) {
-   logger_->set_pattern("%Y-%m-%d %H:%M:%S.%e %l: %v");
-   logger_->set_level(spdlog::level::trace);
+Log::Log() : logger_(std::make_shared<spdlog::logger>("mplsted")) {
+   outputIs(LogOutput::standardError, LogLevel::debug);
    logger_->flush_on(spdlog::level::trace);
    formerSink_ = Trel::traceSinkIs([this](Trel::TraceRecord const& record) { trace(record); });
 }
 
 Log::~Log() { Trel::traceSinkIs(std::move(formerSink_)); }
+
+void Log::outputIs(LogOutput output, LogLevel least) {
+   spdlog::sink_ptr sink;
+   if (output == LogOutput::syslog) {
+      sink = std::make_shared<spdlog::sinks::syslog_sink_st>("mplsted", LOG_PID, LOG_DAEMON, false);
+   } else {
+      sink = std::make_shared<spdlog::sinks::stderr_sink_st>();
+   }
+   logger_->sinks() = {std::move(sink)};
+   logger_->set_pattern("%Y-%m-%d %H:%M:%S.%e %l: %v");
+   constexpr std::array kLevels{spdlog::level::err, spdlog::level::warn, spdlog::level::info, spdlog::level::trace};
+   logger_->set_level(kLevels[static_cast<std::size_t>(least)]);
+}
+
+void Log::tracesDel() {
+   for (std::string const& handle : std::exchange(wanted_, {})) Trel::traceLevelsIs(handle, Trel::kErrorLevel);
+}
 
 void Log::traceLevelsIs(std::string const& handle, Trel::TraceLevels levels) {
    wanted_.insert(handle);

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/daemon/LogOutput.h"
 #include "substrate/trel/Trace.h"
 
 namespace Daemon {
@@ -38,14 +39,18 @@ class RepeatFilter {
    std::set<std::string, std::less<>> written_;
 };
 
-/// The log of the process, on the standard error stream. While it lives, trace lines go there too, with their handle
-/// and level. Error lines (level 0) are taken to be repeatable, but for handles that somebody wants to see.
+/// The log of the process, on the standard error stream until `outputIs` says otherwise. While it lives, trace lines go
+/// there too, with their handle and level. Error lines (level 0) are taken to be repeatable, but for handles that
+/// somebody wants to see.
 class Log {
  public:
    Log();
    ~Log();
    Log(Log const&) = delete;
    Log& operator=(Log const&) = delete;
+
+   /// From now on what is at least as urgent as `least` goes there, and nothing else anywhere.
+   void outputIs(LogOutput output, LogLevel least);
 
    void error(std::string_view text) { logger_->error("{}", oneLine(text)); }
    void info(std::string_view text) { logger_->info("{}", oneLine(text)); }
@@ -55,6 +60,8 @@ class Log {
 
    /// Enables these levels of a trace handle, and writes all its lines.
    void traceLevelsIs(std::string const& handle, Trel::TraceLevels levels);
+   /// Takes back what was enabled: all handles write their errors only.
+   void tracesDel();
 
  private:
    void trace(Trel::TraceRecord const& record);

@@ -10,15 +10,12 @@ namespace Daemon {
 
 namespace {
 
-Options::Trace parseTrace(std::string const& text) {
-   auto const sign = text.find('=');
-   if (sign == 0 || sign == std::string::npos) {
-      throw UsageError(fmt::format("--trace {}: it must be HANDLE=LEVELS, such as mplsTeStdMIB=0-2", text));
-   }
+/// What `parse` makes of an option's value.
+auto parsed(char const* option, std::string const& text, auto parse) {
    try {
-      return {text.substr(0, sign), Trel::parseTraceLevels(std::string_view(text).substr(sign + 1))};
+      return parse(text);
    } catch (std::invalid_argument const& error) {
-      throw UsageError(fmt::format("--trace {}: {}", text, error.what()));
+      throw UsageError(fmt::format("{} {}: {}", option, text, error.what()));
    }
 }
 
@@ -31,17 +28,37 @@ void refuseEmpty(CLI::App const& app) {
    }
 }
 
+/// The long names of the options that stood on the command line.
+std::set<std::string, std::less<>> givenIn(CLI::App const& app) {
+   std::set<std::string, std::less<>> given;
+   for (CLI::Option const* const option : app.get_options()) {
+      if (option->count() != 0) given.insert(option->get_name());
+   }
+   // Who listens serves through no master.
+   if (given.contains("--listen")) given.insert("--agentx");
+   return given;
+}
+
 }  // namespace
+
+Options::Trace parseTrace(std::string const& text) {
+   auto const sign = text.find('=');
+   if (sign == 0 || sign == std::string::npos) {
+      throw std::invalid_argument("it must be HANDLE=LEVELS, such as mplsTeStdMIB=0-2");
+   }
+   return {text.substr(0, sign), Trel::parseTraceLevels(std::string_view(text).substr(sign + 1))};
+}
 
 std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    Options options;
    std::vector<std::string> traces;
+   std::optional<std::string> log;
+   std::optional<std::string> logLevel;
 
    CLI::App app("Serves the MPLS traffic-engineering tunnels of a head end over SNMP (MPLS-TE-STD-MIB)", "mplsted");
    app.set_version_flag("--version", "mplsted " MPLSTE_VERSION);
    app.add_option("--state", options.state, "The published state, a JSON document; its changes are followed")
-         ->type_name("FILE")
-         ->required();
+         ->type_name("FILE");
    app.add_option("--listen", options.listen,
                   "Where to answer SNMP, such as udp:127.0.0.1:11161 (the default), tcp:HOST:PORT, udp6:[ADDRESS]:PORT "
                   "or unix:PATH; may be given more than once; port 0 takes a free one")
@@ -74,10 +91,19 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
                   "An SNMP context to register besides the default one; may be given more than once")
          ->type_name("NAME")
          ->expected(1);
+   app.add_option("--log", log, "Where to log: stderr (the default) or syslog")->type_name("OUTPUT");
+   app.add_option("--log-level", logLevel,
+                  "What is less urgent is not logged: error, warning, info or debug (the default); trace lines that "
+                  "were asked for are debug")
+         ->type_name("LEVEL");
+   app.add_flag("--check-config", options.checkConfig,
+                "Find out whether configuration, state and module can be used, say ok or what is wrong, and end");
    for (char const* const repeatable : {"--listen", "--trace", "--context"}) {
       app.get_option(repeatable)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
    }
-   app.footer("Exit status: 0 ended by SIGTERM or SIGINT, 1 cannot start or go on, 2 wrong usage.");
+   app.footer(
+         "All but --config, --listen and --check-config may stand in mplsted.conf as well, see mplsted.conf(5).\n"
+         "Exit status: 0 ended by SIGTERM or SIGINT, 1 cannot start or go on, 2 wrong usage.");
 
    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
    try {
@@ -90,7 +116,10 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    }
    refuseEmpty(app);
    if (agentx->count() != 0) options.agentx = master;
-   std::ranges::transform(traces, std::back_inserter(options.traces), parseTrace);
+   for (auto const& text : traces) options.traces.push_back(parsed("--trace", text, parseTrace));
+   if (log) options.log = parsed("--log", *log, parseLogOutput);
+   if (logLevel) options.logLevel = parsed("--log-level", *logLevel, parseLogLevel);
+   options.given = givenIn(app);
    return options;
 }
 

@@ -5,16 +5,18 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "host/daemon/LogOutput.h"
 #include "substrate/trel/Trace.h"
 
 namespace Daemon {
 
-/// What mplsted is told on its command line.
+/// What mplsted is told on its command line, and in its configuration; see Settings.h.
 struct Options {
    struct Trace {
       std::string handle;
@@ -38,12 +40,23 @@ struct Options {
    std::vector<Trace> traces;
    /// SNMP contexts to serve besides the default one.
    std::vector<std::string> contexts;
+   LogOutput log = LogOutput::standardError;
+   /// What is less urgent is not logged.
+   LogLevel logLevel = LogLevel::debug;
+   /// Only find out whether all of this can be used.
+   bool checkConfig = false;
+
+   /// Those that stood on the command line, such as "--state".
+   std::set<std::string, std::less<>> given;
 };
 
 /// The command line is wrong; the text says what and where to look.
 class UsageError : public std::runtime_error {
    using std::runtime_error::runtime_error;
 };
+
+/// Reads HANDLE=LEVELS. Throws std::invalid_argument.
+Options::Trace parseTrace(std::string const& text);
 
 /// Reads the arguments (without the program's name). Prints to the standard output and returns nothing when they ask
 /// for the help text or the version. Throws UsageError.

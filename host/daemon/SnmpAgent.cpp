@@ -14,13 +14,11 @@
 
 #include "host/daemon/NetSnmp.h"
 #include "host/daemon/Subagent.h"
+#include "host/daemon/Trial.h"
 
 namespace Daemon {
 
 namespace {
-
-/// The program's name to net-snmp: its configuration is in mplsted.conf.
-constexpr char const* kName = "mplsted";
 
 /// What a UDP datagram over IPv4 holds.
 constexpr int kLargestMessage = 65507;
@@ -125,6 +123,25 @@ void SnmpAgent::listen(std::string const& address) {
       throw ListenError(fmt::format("cannot listen on {}: net-snmp refuses it", address));
    }
    addresses_.push_back(boundAddress(socket, address));
+}
+
+void SnmpAgent::reconfigure(Configuration& configuration, Log& log) {
+   auto const read = [&] {
+      configuration.look();
+      netSnmpLog_.keep();
+      // Lines of the file add to the addresses that are there.
+      netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, nullptr);
+      free_config();
+      read_configs();
+      return configuration.checked(netSnmpLog_.kept());
+   };
+   if (auto const refusal = trial([&] { read(); })) throw ConfigurationError(*refusal);
+
+   std::vector<std::string> const former = configuredAddresses();
+   for (std::string const& complaint : read()) log.warn(complaint);
+   if (configuredAddresses() != former) log.warn("agentaddress: the change takes effect at the next start");
+   // The engine's count of starts has gone up with its file's being read.
+   snmp_store(kName);
 }
 
 void SnmpAgent::run() {

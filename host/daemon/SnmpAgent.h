@@ -21,6 +21,8 @@ class ListenError : public std::runtime_error {
 /// once, and cannot be made again after it has gone.
 class SnmpAgent {
  public:
+   /// The program's name to net-snmp: its configuration is in mplsted.conf.
+   static constexpr char const* kName = "mplsted";
    /// Where it listens when nothing else is said.
    static constexpr char const* kDefaultAddress = "udp:127.0.0.1:11161";
 
@@ -34,6 +36,10 @@ class SnmpAgent {
    void listen(std::vector<std::string> const& addresses);
    /// The addresses that it listens on, with the ports that it was given.
    std::vector<std::string> const& addresses() const { return addresses_; }
+
+   /// Reads the configuration again, as far as net-snmp can do that while it runs. Tries it before it touches anything:
+   /// throws std::runtime_error when the new one cannot be used, and then the old one holds.
+   void reconfigure(Configuration& configuration, Log& log);
 
    /// Answers requests, watches descriptors and sleeps in between, until `stop`. Throws std::runtime_error after
    /// `fail`.

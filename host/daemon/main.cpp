@@ -17,6 +17,7 @@
 #include "host/daemon/Notify.h"
 #include "host/daemon/Options.h"
 #include "host/daemon/Ready.h"
+#include "host/daemon/Settings.h"
 #include "host/daemon/Signals.h"
 #include "host/daemon/SnmpAgent.h"
 #include "host/daemon/StandardStreams.h"
@@ -52,18 +53,75 @@ Vel::Ptr<Tallies::CounterTable> counterTable(Daemon::Options const& options) {
          entity, Tallies::ShmCounterTable::Options{.name = options.counters, .owner = options.countersOwner});
 }
 
+/// What of the options can be changed while the agent runs.
+void applyTo(Daemon::Log& log, Daemon::Options const& options) {
+   log.outputIs(options.log, options.logLevel);
+   log.tracesDel();
+   for (auto const& trace : options.traces) log.traceLevelsIs(trace.handle, trace.levels);
+}
+
+/// What the command line says, and for the rest the configuration that has been read.
+Daemon::Options merged(Daemon::FileSettings const& settings, Daemon::Options const& commandLine) {
+   auto options = settings.merged(commandLine);
+   if (options.state.empty()) {
+      throw Daemon::UsageError("--state is required, or a line mplsteState in mplsted.conf: see 'mplsted --help'");
+   }
+   return options;
+}
+
+Daemon::Configuration::Access accessOf(Daemon::Options const& options) {
+   using Access = Daemon::Configuration::Access;
+   return options.agentx ? Access::masters : Access::ours;
+}
+
+/// Does all that can fail, and nothing that anybody else would notice.
+void check(Daemon::Options const& commandLine) {
+   // What net-snmp keeps stays as it is.
+   Daemon::PrivateDirectory const persistent;
+   setenv("SNMP_PERSISTENT_DIR", persistent.path().c_str(), 1);
+
+   Daemon::Log log;
+   applyTo(log, commandLine);
+   auto const root = Vel::makePtr<Vel::EntityDir>("");
+   Store::StateStore store(root);
+   Daemon::FileSettings const settings;
+   Daemon::Configuration configuration(commandLine.config, [&] { return accessOf(settings.merged(commandLine)); });
+   Daemon::SnmpAgent agent(configuration, log);
+   auto const options = merged(settings, commandLine);
+
+   std::string refusal;
+   Store::ChangeQueue changes(store);
+   Feed::FileFeed feed(changes, options.state,
+                       {.loaded = [] {},
+                        .refused = [&](std::string const& line) { refusal = line; },
+                        .unwatched = [&log](std::string const& line) { log.warn(line); }});
+   feed.load();
+   auto const scheduler = Orb::TaskSchedulerRoot::findOrCreateScheduler();
+   scheduler->runAll();
+   if (!refusal.empty()) throw std::runtime_error(refusal);
+
+   Daemon::ModuleHost const module(
+         options.module.empty() ? Daemon::ownModule() : options.module, root,
+         {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counterTable(options)}, options.contexts);
+   scheduler->runAll();
+   std::puts("ok");
+}
+
 /// Runs until a signal ends it, and answers from the start, while the first state is being loaded.
-void serve(Daemon::Options const& options, Clock::time_point start) {
+void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    Daemon::Log log;
    Daemon::Notify const notify;
-   for (auto const& trace : options.traces) log.traceLevelsIs(trace.handle, trace.levels);
-   Daemon::blockEndingSignals();
+   applyTo(log, commandLine);
+   Daemon::blockSignals();
 
    auto const root = Vel::makePtr<Vel::EntityDir>("");
    Store::StateStore store(root);
-   using Access = Daemon::Configuration::Access;
-   Daemon::Configuration configuration(options.config, options.agentx ? Access::masters : Access::ours);
+   Daemon::FileSettings settings;
+   Daemon::Configuration configuration(commandLine.config, [&] { return accessOf(settings.merged(commandLine)); });
    Daemon::SnmpAgent agent(configuration, log);
+   auto const options = merged(settings, commandLine);
+   settings.keep();
+   applyTo(log, options);
    auto const failed = [&agent](std::string_view error) { agent.fail(error); };
    std::optional<Daemon::Subagent> subagent;
    if (options.agentx) {
@@ -77,13 +135,6 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
                                    {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
                                    options.contexts);
 
-   Daemon::Signals const signals(
-         [&] {
-            notify.stopping();
-            agent.stop();
-         },
-         failed);
-
    Store::ChangeQueue changes(store);
    bool loaded = false;
    // What is wrong with the first state ends the agent, and is only logged later on.
@@ -94,6 +145,28 @@ void serve(Daemon::Options const& options, Clock::time_point start) {
    Daemon::Watch const feedWatch(
          feed.descriptor(), [&] { feed.handleReadable(); }, failed);
    feed.load();
+
+   auto const end = [&] {
+      notify.stopping();
+      agent.stop();
+   };
+   // What cannot be used is logged, and what was in force holds on.
+   auto const reload = [&] {
+      notify.reloading();
+      try {
+         agent.reconfigure(configuration, log);
+         applyTo(log, merged(settings, commandLine));
+         for (auto const token : settings.waiting()) {
+            log.warn(fmt::format("{}: the change takes effect at the next start", token));
+         }
+         log.info("the configuration has been read again");
+      } catch (std::exception const& error) {
+         log.error(fmt::format("{}; the configuration stays as it was", error.what()));
+      }
+      feed.load();
+      notify.ready("answering");
+   };
+   Daemon::Signals const signals(end, reload, failed);
 
    std::chrono::milliseconds firstAnswer{};
    bool saidReady = false;
@@ -126,7 +199,7 @@ int main(int argc, char** argv) {
    Daemon::openStandardStreams();
    try {
       auto const options = Daemon::parseOptions(std::span(argv, argc).subspan(1));
-      if (options) serve(*options, start);
+      if (options) options->checkConfig ? check(*options) : serve(*options, start);
       return 0;
    } catch (Daemon::UsageError const& error) {
       return fail(error.what(), 2);

@@ -55,6 +55,36 @@ TEST_F(LogTest, aLineHasItsTimeAndItsSeverity) {
    EXPECT_THAT(written(), testing::MatchesRegex("[-0-9]+ [0-9:.]+ warning: the state file has gone\n"));
 }
 
+TEST_F(LogTest, whatIsLessUrgentThanAskedForIsLeftOut) {
+   Daemon::Log log;
+   log.traceLevelsIs("LogTest.urgency", 0b11);
+   auto const all = [&] {
+      log.error("an error");
+      log.warn("a warning");
+      log.info("a word");
+      Trel::Platform::getDebugHandler("LogTest.urgency").write(1, "a trace line");
+      std::string found;
+      for (std::string text = written(); !text.empty(); text.erase(0, text.find('\n') + 1)) {
+         found += text.substr(24, text.find(':', 24) - 24) + " ";
+      }
+      return found;
+   };
+   EXPECT_EQ(all(), "error warning info trace ");
+   log.outputIs(Daemon::LogOutput::standardError, Daemon::LogLevel::info);
+   EXPECT_EQ(all(), "error warning info ");
+   log.outputIs(Daemon::LogOutput::standardError, Daemon::LogLevel::error);
+   EXPECT_EQ(all(), "error ");
+}
+
+TEST_F(LogTest, tracesCanBeTakenBack) {
+   Daemon::Log log;
+   auto const& handle = Trel::Platform::getDebugHandler("LogTest.takenBack");
+   log.traceLevelsIs("LogTest.takenBack", 0b1010);
+   EXPECT_EQ(handle.levels(), 0b1010U);
+   log.tracesDel();
+   EXPECT_EQ(handle.levels(), Trel::kErrorLevel);
+}
+
 TEST_F(LogTest, traceLinesShowWhereTheyComeFromAndHowUrgentTheyAre) {
    Daemon::Log log;
    log.traceLevelsIs("LogTest.wanted", 0b101);

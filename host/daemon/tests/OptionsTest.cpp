@@ -33,6 +33,19 @@ TEST(Options, aStateFileIsAllThatIsNeeded) {
    EXPECT_THAT(options->contexts, IsEmpty());
    EXPECT_TRUE(options->counters.empty());
    EXPECT_FALSE(options->countersOwner);
+   EXPECT_EQ(options->log, Daemon::LogOutput::standardError);
+   EXPECT_EQ(options->logLevel, Daemon::LogLevel::debug);
+   EXPECT_FALSE(options->checkConfig);
+   EXPECT_THAT(options->given, ElementsAre("--state"));
+}
+
+TEST(Options, whatIsSaidOnTheCommandLineIsKnown) {
+   auto const options = parse({"--config=c", "--log", "syslog", "--log-level", "warning", "--check-config"});
+   ASSERT_TRUE(options);
+   EXPECT_EQ(options->log, Daemon::LogOutput::syslog);
+   EXPECT_EQ(options->logLevel, Daemon::LogLevel::warning);
+   EXPECT_TRUE(options->checkConfig);
+   EXPECT_THAT(options->given, ElementsAre("--check-config", "--config", "--log", "--log-level"));
 }
 
 TEST(Options, allAreTaken) {
@@ -61,14 +74,16 @@ TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
    testing::internal::CaptureStdout();
    EXPECT_FALSE(parse({"--help"}));
    std::string const help = testing::internal::GetCapturedStdout();
-   for (char const* const option : {"--state", "--listen", "--agentx", "--counters", "--counters-owner", "--module",
-                                    "--config", "--trace", "--context", "--version", "--help"}) {
+   for (char const* const option :
+        {"--state", "--listen", "--agentx", "--counters", "--counters-owner", "--module", "--config", "--trace",
+         "--context", "--log", "--log-level", "--check-config", "--version", "--help"}) {
       EXPECT_THAT(help, HasSubstr(option));
    }
 }
 
 TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
-   EXPECT_EQ(usageError({}), "--state is required: see 'mplsted --help'");
+   EXPECT_EQ(usageError({"--log", "file"}), "--log file: it must be stderr or syslog");
+   EXPECT_EQ(usageError({"--log-level", "loud"}), "--log-level loud: it must be error, warning, info or debug");
    EXPECT_THAT(usageError({"--state", "s", "--stat", "t"}), HasSubstr("--stat"));
    EXPECT_THAT(usageError({"--state", "s", "more"}), HasSubstr("more"));
    EXPECT_THAT(usageError({"--state"}), HasSubstr("--state"));

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/Settings.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <iomanip>
+#include <sstream>
+#include <stdexcept>
+
+#include "host/daemon/NetSnmp.h"
+#include "host/daemon/SnmpAgent.h"
+
+namespace Daemon {
+
+namespace {
+
+uid_t userId(std::string const& text) {
+   uid_t id = 0;
+   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+   if (error != std::errc() || end != text.data() + text.size()) throw std::invalid_argument("it must be a user id");
+   return id;
+}
+
+constexpr auto kReload = Setting::Change::reload;
+constexpr auto kRestart = Setting::Change::restart;
+
+constexpr Setting kSettings[] = {
+      {"--state", "mplsteState", kRestart, [](Options& to, std::string const& value) { to.state = value; }},
+      {"--agentx", "mplsteAgentX", kRestart, [](Options& to, std::string const& value) { to.agentx = value; }},
+      {"--module", "mplsteModule", kRestart, [](Options& to, std::string const& value) { to.module = value; }},
+      {"--context", "mplsteContext", kRestart,
+       [](Options& to, std::string const& value) { to.contexts.push_back(value); }},
+      {"--counters", "mplsteCounters", kRestart, [](Options& to, std::string const& value) { to.counters = value; }},
+      {"--counters-owner", "mplsteCountersOwner", kRestart,
+       [](Options& to, std::string const& value) { to.countersOwner = userId(value); }},
+      {"--trace", "mplsteTrace", kReload,
+       [](Options& to, std::string const& value) { to.traces.push_back(parseTrace(value)); }},
+      {"--log", "mplsteLog", kReload, [](Options& to, std::string const& value) { to.log = parseLogOutput(value); }},
+      {"--log-level", "mplsteLogLevel", kReload,
+       [](Options& to, std::string const& value) { to.logLevel = parseLogLevel(value); }},
+};
+
+/// The value of a line: all of it, or what stands between quotation marks.
+std::string valueOf(std::string_view text) {
+   if (!text.starts_with('"')) {
+      while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+      return std::string(text);
+   }
+   std::istringstream words{std::string(text)};
+   std::string value;
+   std::string rest;
+   words >> std::quoted(value);
+   if (words >> rest) throw std::invalid_argument(fmt::format("there is more behind the value: {}", rest));
+   return value;
+}
+
+}  // namespace
+
+std::span<Setting const> settings() { return kSettings; }
+
+FileSettings::FileSettings() {
+   instance_ = this;
+   for (Setting const& setting : kSettings) {
+      register_config_handler(SnmpAgent::kName, setting.token, &FileSettings::read, &FileSettings::forget, "VALUE");
+   }
+}
+
+FileSettings::~FileSettings() {
+   for (Setting const& setting : kSettings) unregister_config_handler(SnmpAgent::kName, setting.token);
+}
+
+void FileSettings::read(char const* token, char* text) noexcept {
+   try {
+      // net-snmp does not tell large letters from small ones.
+      auto const* const setting = std::ranges::find_if(
+            kSettings, [&](Setting const& candidate) { return strcasecmp(candidate.token, token) == 0; });
+      instance_->add(*setting, valueOf(text));
+   } catch (std::exception const& error) {
+      config_perror(fmt::format("{}: {}", token, error.what()).c_str());
+   }
+}
+
+void FileSettings::add(Setting const& setting, std::string value) {
+   if (value.empty()) throw std::invalid_argument("it must not be empty");
+   Options tried;
+   setting.set(tried, value);
+   lines_.push_back({&setting, std::move(value)});
+}
+
+Options FileSettings::merged(Options commandLine) const {
+   auto const given = commandLine.given;
+   for (Line const& line : lines_) {
+      if (!given.contains(line.setting->option)) line.setting->set(commandLine, line.value);
+   }
+   return commandLine;
+}
+
+std::vector<std::string_view> FileSettings::waiting() const {
+   auto const values = [](std::vector<Line> const& lines, Setting const& setting) {
+      std::vector<std::string> found;
+      for (Line const& line : lines) {
+         if (line.setting == &setting) found.push_back(line.value);
+      }
+      return found;
+   };
+   std::vector<std::string_view> tokens;
+   for (Setting const& setting : kSettings) {
+      if (setting.change == kRestart && values(lines_, setting) != values(kept_, setting)) {
+         tokens.emplace_back(setting.token);
+      }
+   }
+   return tokens;
+}
+
+}  // namespace Daemon

@@ -1,0 +1,58 @@
+# SPDX-License-Identifier: MIT
+# ctest-labels: release-only
+"""What bash offers behind mplste and mplsted when the tab key is pressed."""
+
+import os
+import subprocess
+
+import pytest
+
+SCRIPT = r"""
+source "$1/share/bash-completion/completions/$2"
+PATH=$1/bin:$1/sbin:$PATH
+shift
+COMP_WORDS=("$@")
+COMP_CWORD=$(($# - 1))
+[[ $(complete -p "$1") == "complete -F _mplste $1" ]] || exit 3
+_mplste 2>&1
+printf '%s\n' "${COMPREPLY[@]}"
+"""
+
+
+def offered(prefix, *words, folder=None):
+    done = subprocess.run(["bash", "--norc", "-c", SCRIPT, "bash", prefix, *words], check=True, capture_output=True,
+                          encoding="utf-8", cwd=folder, env=os.environ | {"LC_ALL": "C"}, timeout=60)
+    assert done.stderr == ""
+    return sorted(done.stdout.split())
+
+
+@pytest.mark.parametrize("words, expected", [
+    (["mplste", ""], ["--help", "--version", "counters", "show", "simulate", "watch"]),
+    (["mplste", "s"], ["show", "simulate"]),
+    (["mplste", "--v"], ["--version"]),
+    (["mplste", "show", "t"], ["tunnel", "tunnels"]),
+    (["mplste", "show", "hops", "--"], ["--agent", "--community", "--help", "--json", "--retries", "--timeout"]),
+    (["mplste", "counters", "--name", "x", "li"], ["list"]),
+    (["mplste", "counters", "list", "--j"], ["--json"]),
+    (["mplste", "watch", "--agent", "un"], ["unix:"]),
+    (["mplste", "nonsense"], []),
+    (["mplsted", "--st"], ["--state"]),
+    (["mplsted", "--counters"], ["--counters", "--counters-owner"]),
+    (["mplsted", "--log-level", ""], ["debug", "error", "info", "warning"]),
+    (["mplsted", "--state", "s", "--log", "s"], ["stderr", "syslog"]),
+    (["mplsted", "x"], []),
+])
+def test_words_are_completed(prefix, words, expected):
+    assert offered(prefix, *words) == expected
+
+
+def test_files_are_offered_where_a_file_is_wanted(prefix, tmp_path):
+    for name in ("state.json", "stable.json", "other.json"):
+        (tmp_path / name).touch()
+    assert offered(prefix, "mplsted", "--state", "sta", folder=tmp_path) == ["stable.json", "state.json"]
+    assert offered(prefix, "mplste", "counters", "--state", "o", folder=tmp_path) == ["other.json"]
+
+
+def test_each_program_has_its_file(prefix):
+    files = sorted(path.name for path in (prefix / "share" / "bash-completion" / "completions").iterdir())
+    assert files == ["mplste", "mplsted"]

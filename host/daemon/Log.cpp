@@ -2,6 +2,7 @@
 #include "host/daemon/Log.h"
 
 #include <fmt/format.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
 #include <syslog.h>
@@ -9,7 +10,28 @@
 #include <array>
 #include <utility>
 
+#include "host/daemon/NetSnmp.h"
+
 namespace Daemon {
+
+namespace {
+
+/// Hands every line to net-snmp, which adds the time and knows where it goes.
+class NetSnmpSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> {
+   void sink_it_(spdlog::details::log_msg const& message) override {
+      snmp_log(priorityOf(message.level), "mplste: %.*s\n", static_cast<int>(message.payload.size()),
+               message.payload.data());
+   }
+   void flush_() override {}
+
+   static int priorityOf(spdlog::level::level_enum level) {
+      if (level >= spdlog::level::err) return LOG_ERR;
+      if (level == spdlog::level::warn) return LOG_WARNING;
+      return level == spdlog::level::info ? LOG_INFO : LOG_DEBUG;
+   }
+};
+
+}  // namespace
 
 std::string oneLine(std::string_view text) {
    while (text.ends_with('\n')) text.remove_suffix(1);
@@ -47,6 +69,8 @@ void Log::outputIs(LogOutput output, LogLevel least) {
    spdlog::sink_ptr sink;
    if (output == LogOutput::syslog) {
       sink = std::make_shared<spdlog::sinks::syslog_sink_st>("mplsted", LOG_PID, LOG_DAEMON, false);
+   } else if (output == LogOutput::netSnmp) {
+      sink = std::make_shared<NetSnmpSink>();
    } else {
       sink = std::make_shared<spdlog::sinks::stderr_sink_st>();
    }

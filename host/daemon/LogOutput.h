@@ -6,7 +6,8 @@
 
 namespace Daemon {
 
-enum class LogOutput : std::uint8_t { standardError, syslog };
+/// `netSnmp`: where net-snmp's library logs, for an agent that is not ours.
+enum class LogOutput : std::uint8_t { standardError, syslog, netSnmp };
 
 /// From the most urgent on. Trace lines are debug.
 enum class LogLevel : std::uint8_t { error, warning, info, debug };

@@ -25,20 +25,24 @@ uid_t userId(std::string const& text) {
 
 constexpr auto kReload = Setting::Change::reload;
 constexpr auto kRestart = Setting::Change::restart;
+constexpr auto kAny = Setting::Host::any;
+constexpr auto kOurs = Setting::Host::mplsted;
 
 constexpr Setting kSettings[] = {
-      {"--state", "mplsteState", kRestart, [](Options& to, std::string const& value) { to.state = value; }},
-      {"--agentx", "mplsteAgentX", kRestart, [](Options& to, std::string const& value) { to.agentx = value; }},
-      {"--module", "mplsteModule", kRestart, [](Options& to, std::string const& value) { to.module = value; }},
-      {"--context", "mplsteContext", kRestart,
+      {"--state", "mplsteState", kRestart, kAny, [](Options& to, std::string const& value) { to.state = value; }},
+      {"--agentx", "mplsteAgentX", kRestart, kOurs, [](Options& to, std::string const& value) { to.agentx = value; }},
+      {"--module", "mplsteModule", kRestart, kAny, [](Options& to, std::string const& value) { to.module = value; }},
+      {"--context", "mplsteContext", kRestart, kAny,
        [](Options& to, std::string const& value) { to.contexts.push_back(value); }},
-      {"--counters", "mplsteCounters", kRestart, [](Options& to, std::string const& value) { to.counters = value; }},
-      {"--counters-owner", "mplsteCountersOwner", kRestart,
+      {"--counters", "mplsteCounters", kRestart, kAny,
+       [](Options& to, std::string const& value) { to.counters = value; }},
+      {"--counters-owner", "mplsteCountersOwner", kRestart, kAny,
        [](Options& to, std::string const& value) { to.countersOwner = userId(value); }},
-      {"--trace", "mplsteTrace", kReload,
+      {"--trace", "mplsteTrace", kReload, kAny,
        [](Options& to, std::string const& value) { to.traces.push_back(parseTrace(value)); }},
-      {"--log", "mplsteLog", kReload, [](Options& to, std::string const& value) { to.log = parseLogOutput(value); }},
-      {"--log-level", "mplsteLogLevel", kReload,
+      {"--log", "mplsteLog", kReload, kOurs,
+       [](Options& to, std::string const& value) { to.log = parseLogOutput(value); }},
+      {"--log-level", "mplsteLogLevel", kReload, kOurs,
        [](Options& to, std::string const& value) { to.logLevel = parseLogLevel(value); }},
 };
 
@@ -60,15 +64,19 @@ std::string valueOf(std::string_view text) {
 
 std::span<Setting const> settings() { return kSettings; }
 
-FileSettings::FileSettings() {
+FileSettings::FileSettings() : FileSettings(SnmpAgent::kName, Setting::Host::mplsted) {}
+
+FileSettings::FileSettings(char const* application, Setting::Host host) : application_(application) {
    instance_ = this;
    for (Setting const& setting : kSettings) {
-      register_config_handler(SnmpAgent::kName, setting.token, &FileSettings::read, &FileSettings::forget, "VALUE");
+      if (host == Setting::Host::any && setting.host != host) continue;
+      known_.push_back(&setting);
+      register_config_handler(application_, setting.token, &FileSettings::read, &FileSettings::forget, "VALUE");
    }
 }
 
 FileSettings::~FileSettings() {
-   for (Setting const& setting : kSettings) unregister_config_handler(SnmpAgent::kName, setting.token);
+   for (Setting const* const setting : known_) unregister_config_handler(application_, setting->token);
 }
 
 void FileSettings::read(char const* token, char* text) noexcept {

@@ -2,6 +2,8 @@
 #include "substrate/orb/TaskScheduler.h"
 
 #include <algorithm>
+#include <mutex>
+#include <thread>
 #include <utility>
 
 namespace Orb {
@@ -27,7 +29,12 @@ using TimePoint = std::chrono::steady_clock::time_point;
 }  // namespace
 
 Vel::Ptr<TaskScheduler> TaskSchedulerRoot::findOrCreateScheduler() {
-   thread_local auto const scheduler = Vel::makePtr<TaskScheduler>();
+   // Not in the thread's own storage: what a thread has to destroy at its end keeps a library from being unloaded.
+   static std::mutex mutex;
+   static std::map<std::thread::id, Vel::Ptr<TaskScheduler>> schedulers;
+   std::lock_guard const lock(mutex);
+   auto& scheduler = schedulers[std::this_thread::get_id()];
+   if (!scheduler) scheduler = Vel::makePtr<TaskScheduler>();
    return scheduler;
 }
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A stock snmpd on loopback as the AgentX master, with a configuration of the test and nothing of the machine's."""
+"""A stock snmpd on loopback, with a configuration of the test and nothing of the machine's."""
 
 import signal
 import subprocess
@@ -16,21 +16,23 @@ rwcommunity private 127.0.0.1 .1.3.6.1.2.1
 """
 
 
-class Master:
-    """May be started and stopped as often as a test likes; its addresses stay."""
+class Snmpd:
+    """May be started and stopped as often as a test likes; its address stays."""
 
-    def __init__(self, folder, *lines, socket=None, access=ACCESS):
-        """lines: more of its configuration. socket: where subagents find it, instead of a unix socket in folder.
-        access: who may read what."""
+    def __init__(self, folder, *lines, access=ACCESS):
+        """lines: more of its configuration. access: who may read what."""
         self.folder = Path(folder)
-        self.socket = socket or f"unix:{self.folder}/agentx"
         self.address = f"udp:127.0.0.1:{free_udp_port()}"
         self.config, self.output = self.folder / "snmpd.conf", self.folder / "snmpd.log"
-        self.config.write_text(access + "\n".join(
-            ["master agentx", f"agentXSocket {self.socket}", "agentXPerms 0660 0755",
-             "dontLogTCPWrappersConnects yes", *lines, ""]), encoding="utf-8")
+        self.access = access
+        self.configure(*lines)
         self.environment = environment(self.folder / "snmpd")
         self.process = None
+
+    def configure(self, *lines):
+        """What it reads when it starts, or is told to read its configuration again."""
+        self.config.write_text(self.access + "\n".join(["dontLogTCPWrappersConnects yes", *lines, ""]),
+                               encoding="utf-8")
 
     def launch(self):
         with open(self.output, "w", encoding="utf-8") as output:
@@ -69,3 +71,13 @@ class Master:
 
     def __exit__(self, *_):
         self.end()
+
+
+class Master(Snmpd):
+    """One that takes subagents."""
+
+    def __init__(self, folder, *lines, socket=None, access=ACCESS):
+        """socket: where subagents find it, instead of a unix socket in folder."""
+        self.socket = socket or f"unix:{folder}/agentx"
+        super().__init__(folder, "master agentx", f"agentXSocket {self.socket}", "agentXPerms 0660 0755", *lines,
+                         access=access)

@@ -1,0 +1,174 @@
+# SPDX-License-Identifier: MIT
+"""mplste inside a stock snmpd: the tables are those of mplsted, and snmpd is as it was when mplste has gone."""
+
+import json
+import os
+import re
+import shutil
+import signal
+
+import pytest
+from support.ber import NO_SUCH_OBJECT
+from support.manager import Manager
+from support.master import Snmpd
+from support.mplsted import BUILD, HEAD_END, SOURCE, Mplsted
+from support.stand_in import await_true
+from support.state import merged
+from support.tree import EXPECTED, ROOT
+
+LIBRARY = BUILD / "mplsTe.so"
+# Under AddressSanitizer snmpd has to be started with its library, and then finds leaks of its own.
+pytestmark = pytest.mark.skipif("-fsanitize" in (BUILD / "build.ninja").read_text(encoding="utf-8"),
+                                reason="a stock snmpd has no sanitizers")
+READY = re.compile(r"^mplste: ready: (\d+) tunnels from ", re.MULTILINE)
+NAME = ".1.3.6.1.2.1.10.166.3.2.2.1.5.12.1.167772161.167772169"
+
+
+class Host(Snmpd):
+    """A snmpd with mplste in it, which serves a state file of its own."""
+
+    def __init__(self, folder, *lines):
+        self.state = folder / "state.json"
+        shutil.copy(HEAD_END, self.state)
+        super().__init__(folder)
+        self.loads(*lines)
+
+    def loads(self, *lines):
+        self.configure(f"dlmod mplsTe {LIBRARY}", f"mplsteState {self.state}", *lines)
+
+    def publish(self, document):
+        new = self.state.with_suffix(".new")
+        new.write_text(json.dumps(document), encoding="utf-8")
+        os.replace(new, self.state)
+
+    def times_ready(self):
+        return len(READY.findall(self.log()))
+
+    def await_ready(self, times=1):
+        await_true(lambda: self.times_ready() >= times, "the line that says ready")
+
+    def read_again(self):
+        times = self.times_ready()
+        self.process.send_signal(signal.SIGHUP)
+        self.await_ready(times + 1)
+
+    def kilobytes(self):
+        with open(f"/proc/{self.process.pid}/status", encoding="utf-8") as status:
+            return int(re.search(r"VmRSS:\s+(\d+)", status.read())[1])
+
+    def mapped(self):
+        with open(f"/proc/{self.process.pid}/maps", encoding="utf-8") as maps:
+            return set(re.findall(r"/([^/ \n]*mpls[^/ \n]*)$", maps.read(), re.MULTILINE))
+
+
+@pytest.fixture
+def host(tmp_path):
+    with Host(tmp_path) as running:
+        running.await_ready()
+        yield running
+
+
+@pytest.fixture
+def manager(host):
+    reader = Manager(host.address)
+    yield reader
+    reader.close()
+
+
+def walk(manager):
+    """All below the tables' root, by GETBULK: OIDs, types and values."""
+    oid, found = ROOT, []
+    while True:
+        for name, value in manager.get_bulk(oid, max_repetitions=50).varbinds:
+            if not name.startswith(ROOT + ".") or value[0] == "endOfMibView":
+                return found
+            found.append((name, value))
+            oid = name
+
+
+def test_the_tables_are_those_of_mplsted(manager, tmp_path_factory):
+    def timeless(variables):
+        return [(oid, kind if kind == "Timeticks" else (kind, value)) for oid, (kind, value) in variables]
+
+    with Mplsted(tmp_path_factory.mktemp("standalone")) as standalone:
+        reader = Manager(standalone.address)
+        assert timeless(walk(manager)) == timeless(walk(reader))
+        reader.close()
+    assert [oid for oid, _ in walk(manager)] == [oid for oid, _ in EXPECTED]
+
+
+def test_a_change_of_the_state_file_is_served(host, manager):
+    before = manager.value(NAME)
+    patch = json.loads((SOURCE / "examples" / "switchover.json").read_text(encoding="utf-8"))
+    host.publish(merged(json.loads(HEAD_END.read_text(encoding="utf-8")), patch))
+    await_true(lambda: manager.value(NAME) != before, "the row to move")
+    assert host.process.poll() is None
+
+
+def test_a_state_that_is_wrong_is_reported_and_ends_nothing(host, manager):
+    served = walk(manager)
+    host.publish({"pathSpec": {"nonsense": {}}})
+    await_true(lambda: "/pathSpec/nonsense: " in host.log(), "the report")
+    assert [oid for oid, _ in walk(manager)] == [oid for oid, _ in served]
+
+
+def test_snmpd_is_as_it_was_when_mplste_has_gone(host, manager):
+    assert {"mplsTe.so", "mplsTeStdMIB.so"} <= host.mapped()
+    descriptors = len(os.listdir(f"/proc/{host.process.pid}/fd"))
+    host.configure()
+    host.process.send_signal(signal.SIGHUP)
+    await_true(lambda: manager.value(NAME)[0] == NO_SUCH_OBJECT, "the tables to go")
+    assert not host.mapped(), "nothing of mplste is in the process any more"
+    assert len(os.listdir(f"/proc/{host.process.pid}/fd")) < descriptors
+    assert manager.value(".1.3.6.1.2.1.1.3.0")[0] == "Timeticks"
+    # And it comes back.
+    times = host.times_ready()
+    host.loads()
+    host.process.send_signal(signal.SIGHUP)
+    host.await_ready(times + 1)
+    assert [oid for oid, _ in walk(manager)] == [oid for oid, _ in EXPECTED]
+
+
+def test_loaded_and_unloaded_a_hundred_times_it_does_not_grow(host, manager):
+    for _ in range(20):
+        host.read_again()
+    before, descriptors = host.kilobytes(), len(os.listdir(f"/proc/{host.process.pid}/fd"))
+    for _ in range(80):
+        host.read_again()
+    assert host.kilobytes() - before < 1024
+    assert len(os.listdir(f"/proc/{host.process.pid}/fd")) == descriptors
+    assert [oid for oid, _ in walk(manager)] == [oid for oid, _ in EXPECTED]
+
+
+@pytest.mark.parametrize("lines, complaint", [
+    (["mplsteTrace nonsense"], r"snmpd\.conf: line \d+: .*mplsteTrace: "),
+    (["mplsteAgentX unix:/nowhere"], r"snmpd\.conf: line \d+: .*[Uu]nknown token: mplsteAgentX"),
+    (["mplsteModule /nowhere/module.so"], r"mplste: cannot load the module: /nowhere/module\.so: .*"),
+    (["mplsteState /nowhere/state.json"], r"mplste: /nowhere/state\.json: No such file or directory"),
+])
+def test_a_wrong_line_is_complained_of_and_snmpd_runs(tmp_path, lines, complaint):
+    with Host(tmp_path, *lines) as running:
+        await_true(lambda: re.search(complaint, running.log()), "the complaint")
+        reader = Manager(running.address)
+        assert reader.value(".1.3.6.1.2.1.1.3.0")[0] == "Timeticks"
+        reader.close()
+
+
+def test_without_a_state_it_says_what_is_missing(tmp_path):
+    host = Host(tmp_path)
+    host.configure(f"dlmod mplsTe {LIBRARY}")
+    with host:
+        await_true(lambda: 'put a line "mplsteState FILE" behind the dlmod line' in host.log(), "the remedy")
+
+
+def test_traces_go_where_snmpd_logs(tmp_path):
+    with Host(tmp_path, "mplsteTrace RsvpSnmpSm=9") as running:
+        running.await_ready()
+        assert re.search(r"^mplste: RsvpSnmpSm 9: ", running.log(), re.MULTILINE)
+
+
+def test_it_ends_with_snmpd(host):
+    process = host.process
+    process.send_signal(signal.SIGTERM)
+    assert process.wait(20) == 0
+    assert not re.search(r"(?i)lock|abort|corrupt|error", host.log().split("mplste: ready")[-1])

@@ -28,6 +28,9 @@ function(mplste_target name)
       # else: to check every access for both would take a third of the compiler's time.
       $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize=null,alignment>)
     target_link_options(${name} PRIVATE -fsanitize=address,undefined)
+  else()
+    # What is shipped does not tell where it was built.
+    target_compile_options(${name} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
   endif()
 endfunction()
 

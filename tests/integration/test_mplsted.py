@@ -7,6 +7,8 @@ import re
 import signal
 import stat
 import subprocess
+import tempfile
+from pathlib import Path
 
 import pytest
 from support import ber
@@ -209,26 +211,31 @@ def test_the_version_3_engine_stays_itself_and_counts_its_starts(mplsted):
     assert name_at(daemon, daemon.address, V3) == '"to-paris"\n'
 
 
-def test_without_a_place_to_keep_things_it_keeps_them_to_itself(tmp_path):
-    tmp_path.chmod(0o777)
-    for folder in tmp_path.parents[:2]:
-        folder.chmod(folder.stat().st_mode | 0o011)
-    daemon = Mplsted(tmp_path, access=None)
+@pytest.fixture
+def open_folder():
+    """A folder that all users may write to. Not in pytest's own, which every start of pytest closes to others."""
+    with tempfile.TemporaryDirectory() as name:
+        os.chmod(name, 0o777)
+        yield Path(name)
+
+
+def test_without_a_place_to_keep_things_it_keeps_them_to_itself(open_folder):
+    daemon = Mplsted(open_folder, access=None)
     del daemon.environment["SNMP_PERSISTENT_DIR"]
     nobody = pwd.getpwnam("nobody")
     options = {"user": nobody.pw_uid, "group": nobody.pw_gid, "extra_groups": []} if os.getuid() == 0 else {}
-    before = set(tmp_path.iterdir())
+    before = set(open_folder.iterdir())
     process = subprocess.Popen(daemon.command, env=daemon.environment, stdin=subprocess.DEVNULL, encoding="utf-8",
-                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=tmp_path, **options)
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=open_folder, **options)
     try:
         assert process.stdout.readline().startswith("ready: ")
-        [private] = set(tmp_path.iterdir()) - before
+        [private] = set(open_folder.iterdir()) - before
         assert private.name.startswith("mplsted.") and stat.S_IMODE(private.stat().st_mode) == 0o700
     finally:
         process.terminate()
         _, log = process.communicate(timeout=60)
     assert (process.returncode, log) == (0, "")
-    assert set(tmp_path.iterdir()) == before
+    assert set(open_folder.iterdir()) == before
 
 
 # Serving

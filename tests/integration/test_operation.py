@@ -70,6 +70,21 @@ def test_the_command_line_wins(mplsted, tmp_path):
     assert daemon.ready()[1] == str(daemon.state)
 
 
+def test_the_configuration_may_name_a_master(tmp_path):
+    """Who may read is the master's affair then; also when the configuration is read again."""
+    daemon = Mplsted(tmp_path)
+    config = configure(tmp_path, f"mplsteState {HEAD_END}\nmplsteAgentX unix:{tmp_path}/none\n")
+    with open(daemon.out, "wb") as out, open(daemon.err, "wb") as err:
+        daemon.process = subprocess.Popen([PROGRAM, "--config", config], stdout=out, stderr=err, cwd=tmp_path,
+                                          stdin=subprocess.DEVNULL, env=daemon.environment)
+    try:
+        await_true(lambda: f"AgentX, master at unix:{tmp_path}/none" in daemon.out.read_text(), "the ready line")
+        reload(daemon, "info: the configuration has been read again")
+    finally:
+        daemon.process.terminate()
+        assert daemon.process.wait(20) == 0
+
+
 @pytest.mark.parametrize("line, complaint", [
     ("mplsteTrace mplsTeStdMIB", "mplsteTrace: it must be HANDLE=LEVELS, such as mplsTeStdMIB=0-2"),
     ("mplsteLog file", "mplsteLog: it must be stderr or syslog"),

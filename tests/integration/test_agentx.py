@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+# ctest-labels: slow
 """mplsted as the subagent of a stock snmpd: managers get through snmpd what mplsted itself would answer."""
 
 import json

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# ctest-labels: release-only
+# ctest-labels: release-only slow
 """The Debian packages: what is in them, and that they install, run as the unit says, and leave nothing behind."""
 
 import configparser

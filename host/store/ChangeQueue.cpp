@@ -25,26 +25,34 @@ void ChangeQueue::add(ChangeKind kind, std::string document, Done done) {
    task_->scheduleTask();
 }
 
+void ChangeQueue::add(Reading reading) {
+   waiting_.push_back({ChangeKind::patch, {}, {}, std::move(reading)});
+   task_->scheduleTask();
+}
+
 void ChangeQueue::run(Orb::Task& task) {
    while (!waiting_.empty()) {
       Outcome outcome;
       try {
          if (!advance(task)) return task.scheduleTask();
-         outcome.changed = changes_->changed();
+         if (changes_) outcome.changed = changes_->changed();
       } catch (StateError const& error) {
          outcome.refusal = error.what();
       }
       changes_ = nullptr;
       Done const done = std::move(waiting_.front().done);
       waiting_.pop_front();
-      done(outcome);
+      if (done) done(outcome);
+      // Whoever is told may add the next at once, and so for ever.
+      if (!waiting_.empty() && task.taskShouldYield()) return task.scheduleTask();
    }
 }
 
 /// Goes on with the first document; false when the slice is over before it is done. Throws StateError.
 bool ChangeQueue::advance(Orb::Task& task) {
+   Waiting& first = waiting_.front();
+   if (first.reading) return first.reading(task);
    if (!changes_) {
-      Waiting& first = waiting_.front();
       changes_ = std::make_unique<ChangeSet>(store_, first.kind, std::move(first.document));
    }
    while (!changes_->checkSome(kEntriesAtOnce)) {

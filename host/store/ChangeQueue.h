@@ -35,7 +35,12 @@ class ChangeQueue {
 
    void add(ChangeKind kind, std::string document, Done done);
 
-   /// Documents that are not done, the one under way included.
+   /// Work that the state must not change under, in its turn among the documents: called until it returns true, each
+   /// time for as long as the task need not yield. It must not destroy the queue.
+   using Reading = std::function<bool(Orb::Task&)>;
+   void add(Reading reading);
+
+   /// Documents and readings that are not done, the one under way included.
    std::size_t waiting() const { return waiting_.size(); }
 
  private:
@@ -43,6 +48,7 @@ class ChangeQueue {
       ChangeKind kind;
       std::string document;
       Done done;
+      Reading reading{};
    };
 
    void run(Orb::Task& task);

@@ -37,6 +37,23 @@ class CollectionChanges {
    bool othersGo_ = false;
 };
 
+/// How the document is laid out: what stands in front of, between and behind its parts.
+struct Layout {
+   std::string_view firstCollection, nextCollection, firstEntry, nextEntry, colon, collectionEnd, end;
+};
+/// One entry to a line.
+inline constexpr Layout kLines{"\n  ", ",\n  ", "\n    ", ",\n    ", ": ", "\n  }", "\n}\n"};
+/// All of it on one line, which has no end.
+inline constexpr Layout kOneLine{"", ",", "", ",", ":", "}", "}"};
+
+/// Writes the entries of a collection in the order of their ids as text. REQUIRES: the collection does not change.
+class CollectionWriter {
+ public:
+   virtual ~CollectionWriter() = default;
+   /// Finds one more entry, or, once all are found, appends the next. False when all are written.
+   virtual bool step(std::string& out, Layout const& layout) = 0;
+};
+
 /// One collection of the document.
 class Collection {
  public:
@@ -46,8 +63,8 @@ class Collection {
    std::string_view name() const { return name_; }
    /// Number of entries.
    virtual std::size_t size() const = 0;
-   /// Appends the entries as a JSON object, in the order of their ids as text, one to a line.
-   virtual void write(std::string& out) const = 0;
+   /// Must not outlive the collection.
+   virtual std::unique_ptr<CollectionWriter> writer() const = 0;
    virtual std::unique_ptr<CollectionChanges> changes() = 0;
 
  private:

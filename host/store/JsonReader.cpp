@@ -19,6 +19,8 @@ constexpr std::size_t kLongestReason = 400;
 
 bool isBlank(std::string_view text) { return text.find_first_not_of(kSpace) == std::string_view::npos; }
 
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// Takes the digits off the front of `text`; true when there are some.
@@ -96,7 +98,7 @@ void JsonReader::unexpected(std::string_view expected) {
 }
 
 void JsonReader::skipSpace() {
-   while (at_ < text_.size() && kSpace.find(text_[at_]) != std::string_view::npos) ++at_;
+   while (at_ < text_.size() && isSpace(text_[at_])) ++at_;
 }
 
 bool JsonReader::take(char c) {

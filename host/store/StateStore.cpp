@@ -3,6 +3,7 @@
 
 #include "host/store/ChangeSet.h"
 #include "host/store/Collections.h"
+#include "host/store/DocumentWriter.h"
 
 namespace Store {
 
@@ -37,15 +38,9 @@ std::size_t StateStore::apply(ChangeKind kind, std::string document) {
 }
 
 std::string StateStore::document() const {
-   std::string text = "{";
-   std::string_view separator = "\n";
-   for (auto const& collection : collections_) {
-      if (collection->size() == 0) continue;
-      fmt::format_to(std::back_inserter(text), "{}  \"{}\": ", separator, collection->name());
-      collection->write(text);
-      separator = ",\n";
-   }
-   return text + "\n}\n";
+   std::string text;
+   DocumentWriter(*this, kLines).writeSome(text);
+   return text;
 }
 
 }  // namespace Store

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -147,6 +149,37 @@ class TypedChanges : public CollectionChanges {
 };
 
 template <class Home, class Content>
+class TypedWriter : public CollectionWriter {
+ public:
+   explicit TypedWriter(Home const& home) : home_(home) {}
+
+   bool step(std::string& out, Layout const& layout) override {
+      if (!allFound_) {
+         if (auto const id = home_.next(cursor_)) {
+            ids_.emplace(id->valueToStrep(), *id);
+            return true;
+         }
+         allFound_ = true;
+      }
+      if (ids_.empty()) return false;
+      auto const entry = ids_.extract(ids_.begin());
+      out += std::exchange(first_, false) ? layout.firstEntry : layout.nextEntry;
+      out += Json(entry.key()).dump();
+      out += layout.colon;
+      out += Content::write(*home_.find(entry.mapped())).dump();
+      return true;
+   }
+
+ private:
+   Home const& home_;
+   typename Home::Cursor cursor_;
+   // In order as they come: to sort them all at once would take long.
+   std::map<std::string, typename Home::Id> ids_;
+   bool allFound_ = false;
+   bool first_ = true;
+};
+
+template <class Home, class Content>
 class TypedCollection : public Collection {
  public:
    template <class Holder>
@@ -154,20 +187,8 @@ class TypedCollection : public Collection {
 
    std::size_t size() const override { return home_.size(); }
 
-   void write(std::string& out) const override {
-      std::vector<std::pair<std::string, typename Home::Id>> ids;
-      ids.reserve(size());
-      typename Home::Cursor cursor;
-      while (auto const id = home_.next(cursor)) ids.emplace_back(id->valueToStrep(), *id);
-      std::ranges::sort(ids);
-      out += '{';
-      std::string_view separator = "\n";
-      for (auto const& [text, id] : ids) {
-         fmt::format_to(std::back_inserter(out), "{}    {}: {}", separator, Json(text).dump(),
-                        Content::write(*home_.find(id)).dump());
-         separator = ",\n";
-      }
-      out += "\n  }";
+   std::unique_ptr<CollectionWriter> writer() const override {
+      return std::make_unique<TypedWriter<Home, Content>>(home_);
    }
 
    std::unique_ptr<CollectionChanges> changes() override {

@@ -91,6 +91,20 @@ TEST_F(ChangeQueueTest, WhoIsToldMayAddTheNext) {
    EXPECT_EQ(state()["pathSpec"].size(), 2U);
 }
 
+TEST_F(ChangeQueueTest, WhoAlwaysAddsTheNextLetsOthersHaveTheirTurn) {
+   std::function<void()> const addNext = [&] {
+      queue.add(ChangeKind::patch, R"({"pathSpec": {"cli:a": {}}})", [&](auto const&) {
+         told.emplace_back("told");
+         if (told.size() < 10) addNext();
+      });
+   };
+   addNext();
+   runSlice();
+   EXPECT_LT(told.size(), 3U) << "the slice is over between two documents";
+   tasks->runAll();
+   EXPECT_EQ(told.size(), 10U);
+}
+
 TEST_F(ChangeQueueTest, NothingIsLeftToDoWhenTheQueueHasGone) {
    {
       ChangeQueue shortLived(store);

@@ -7,6 +7,7 @@
 #include <spdlog/sinks/syslog_sink.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -45,6 +46,16 @@ std::string oneLine(std::string_view text) {
       }
    }
    return line;
+}
+
+bool isTraced(std::string_view handle) {
+   return std::ranges::any_of(Trel::traceHandles(), [&](auto const* known) { return known->name() == handle; });
+}
+
+std::string tracedNames() {
+   std::string names;
+   for (auto const* const handle : Trel::traceHandles()) names += " " + handle->name();
+   return names;
 }
 
 bool RepeatFilter::admits(std::string_view text, Clock::time_point now) {

@@ -19,6 +19,10 @@ namespace Daemon {
 /// `text` as one line: control characters become \xNN, but for a line break at its end, which goes.
 std::string oneLine(std::string_view text);
 
+/// Whether there is a trace handle of that name, and the names of all, each with a blank in front.
+bool isTraced(std::string_view handle);
+std::string tracedNames();
+
 /// Keeps the log from being filled with lines that somebody out there can cause at will: each text once in a span of
 /// time, and no more than a number of texts.
 class RepeatFilter {

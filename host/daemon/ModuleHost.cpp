@@ -11,6 +11,7 @@
 
 #include "host/daemon/AbsentRows.h"
 #include "host/snmp/SnmpUtil.h"
+#include "substrate/orb/NumAllocator.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/TypeRegistry.h"
 
@@ -90,10 +91,17 @@ void ModuleEntities::unmount() {
 
 void ModuleEntities::stop() { Vel::attributeDel(*moduleRoot_, "rsvpTeSnmpAgent"); }
 
-std::size_t ModuleEntities::tunnels() const {
-   auto const size = Vel::attributeSize(*mib_, "mplsTunnelTable");
-   auto const* const rows = std::any_cast<std::uint64_t>(&size.value);
-   return rows ? *rows : 0;
+std::size_t ModuleEntities::rows(std::string_view table) const {
+   auto const size = Vel::attributeSize(*mib_, table);
+   auto const* const number = std::any_cast<std::uint64_t>(&size.value);
+   return number ? *number : 0;
+}
+
+std::uint64_t ModuleEntities::hopListsInUse() const {
+   auto const attribute = Vel::attributeGet(*mib_, "numAllocatorStatus");
+   if (!attribute.known()) return 0;
+   auto const status = Vel::ptrCast<Orb::NumAllocatorStatus const>(Vel::Generic::pointerOf(attribute.value, 0));
+   return status ? status->inUse() : 0;
 }
 
 ModuleRegistration::ModuleRegistration(Library const& library, std::vector<Snmp::HandlerRegistration*> const& known,

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/snmp/HandlerRegistration.h"
@@ -57,7 +58,9 @@ class ModuleEntities {
 
    /// Lets the derivation of the rows go.
    void stop();
-   std::size_t tunnels() const;
+   std::size_t tunnels() const { return rows("mplsTunnelTable"); }
+   std::size_t rows(std::string_view table) const;
+   std::uint64_t hopListsInUse() const;
 
  private:
    void mount(ModuleInputs const& inputs);
@@ -100,6 +103,10 @@ class ModuleHost {
 
    /// Rows of mplsTunnelTable.
    std::size_t tunnels() const { return entities_.tunnels(); }
+   /// Rows of a table that the MIB keeps: mplsTunnelTable or mplsTunnelHopTable. None of any other.
+   std::size_t rows(std::string_view table) const { return entities_.rows(table); }
+   /// Hop list indices that are handed out (mplsTunnelHopTableIndex).
+   std::uint64_t hopListsInUse() const { return entities_.hopListsInUse(); }
 
  private:
    struct AgentRoot {

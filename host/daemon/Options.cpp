@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <functional>
+#include <memory>
 
 namespace Daemon {
 
@@ -26,6 +28,44 @@ void refuseEmpty(CLI::App const& app) {
          throw UsageError(fmt::format("{} must not be empty", option->get_name()));
       }
    }
+}
+
+/// Adds the options of publishing over a socket. Returns what is to be done when all are read.
+std::function<void(PublishOptions&)> addPublishOptions(CLI::App& app, PublishOptions& options) {
+   struct Texts {
+      std::optional<std::string> mode;
+      std::optional<std::string> owner;
+      std::vector<std::string> allowed;
+   };
+   auto const texts = std::make_shared<Texts>();
+   app.add_option(
+            "--publish", options.path,
+            "A unix socket where publishers connect, and mplste publish, state, status and trace; with --state as "
+            "well, what they publish goes on top of the file")
+         ->type_name("PATH");
+   app.add_option("--publish-mode", texts->mode, "The permissions of this socket, instead of 0660")->type_name("OCTAL");
+   app.add_option("--publish-owner", texts->owner, "Whose this socket is, by name or number; USER or :GROUP will do")
+         ->type_name("USER:GROUP");
+   app.add_option(
+            "--publish-allow", texts->allowed,
+            "Who may use it, uid:USER or gid:GROUP, instead of root and our own user; may be given more than once")
+         ->type_name("WHO")
+         ->expected(1);
+   app.add_option("--publish-longest-line", options.longestLine,
+                  "The longest line that a publisher may send, in MiB (1 to 1024), instead of 16")
+         ->type_name("MIB")
+         ->check(CLI::Range(std::size_t{1}, PublishOptions::kMostLongestLine).description(""));
+   return [texts](PublishOptions& to) {
+      auto const take = [&](char const* option, std::string const& text, auto set) {
+         parsed(option, text, [&](std::string const& value) {
+            set(to, value);
+            return true;
+         });
+      };
+      if (texts->mode) take("--publish-mode", *texts->mode, setPublishMode);
+      if (texts->owner) take("--publish-owner", *texts->owner, setPublishOwner);
+      for (std::string const& who : texts->allowed) take("--publish-allow", who, addPublishAllowed);
+   };
 }
 
 /// The long names of the options that stood on the command line.
@@ -59,6 +99,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    app.set_version_flag("--version", "mplsted " MPLSTE_VERSION);
    app.add_option("--state", options.state, "The published state, a JSON document; its changes are followed")
          ->type_name("FILE");
+   auto const takePublishOptions = addPublishOptions(app, options.publish);
    app.add_option("--listen", options.listen,
                   "Where to answer SNMP, such as udp:127.0.0.1:11161 (the default), tcp:HOST:PORT, udp6:[ADDRESS]:PORT "
                   "or unix:PATH; may be given more than once; port 0 takes a free one")
@@ -98,7 +139,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
          ->type_name("LEVEL");
    app.add_flag("--check-config", options.checkConfig,
                 "Find out whether configuration, state and module can be used, say ok or what is wrong, and end");
-   for (char const* const repeatable : {"--listen", "--trace", "--context"}) {
+   for (char const* const repeatable : {"--listen", "--trace", "--context", "--publish-allow"}) {
       app.get_option(repeatable)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
    }
    app.footer(
@@ -119,6 +160,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    for (auto const& text : traces) options.traces.push_back(parsed("--trace", text, parseTrace));
    if (log) options.log = parsed("--log", *log, parseLogOutput);
    if (logLevel) options.logLevel = parsed("--log-level", *logLevel, parseLogLevel);
+   takePublishOptions(options.publish);
    options.given = givenIn(app);
    return options;
 }

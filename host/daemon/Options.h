@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/daemon/LogOutput.h"
+#include "host/daemon/PublishOptions.h"
 #include "substrate/trel/Trace.h"
 
 namespace Daemon {
@@ -24,7 +25,9 @@ struct Options {
       bool operator==(Trace const&) const = default;
    };
 
+   /// Empty: there is no file; then publishers bring the state.
    std::filesystem::path state;
+   PublishOptions publish;
    /// Addresses in net-snmp's notation, such as "udp:127.0.0.1:11161". Empty: those of the configuration.
    std::vector<std::string> listen;
    /// Serve through the AgentX master at this address instead of listening; an empty one: what the configuration says.

@@ -14,7 +14,8 @@ std::string toText(Ready const& ready) {
                       : fmt::format("SNMP on {} ({}), first answer after {} ms", fmt::join(ready.addresses, " and "),
                                     ready.access, ready.firstAnswer.count());
    return oneLine(fmt::format("ready: {} tunnel{} from {}, {}, all rows after {} ms", ready.tunnels,
-                              ready.tunnels == 1 ? "" : "s", ready.state.string(), serving, ready.allRows.count()));
+                              ready.tunnels == 1 ? "" : "s", fmt::join(ready.sources, " and "), serving,
+                              ready.allRows.count()));
 }
 
 }  // namespace Daemon

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,7 +11,8 @@ namespace Daemon {
 /// What mplsted says once, when all rows of the first state are there.
 struct Ready {
    std::size_t tunnels;
-   std::filesystem::path state;
+   /// What the state comes from: a file, a socket or both.
+   std::vector<std::string> sources;
    std::vector<std::string> addresses;
    std::string access;
    /// From the start of the process until requests were answered, and until the rows of the first state were there.

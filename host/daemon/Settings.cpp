@@ -30,6 +30,16 @@ constexpr auto kOurs = Setting::Host::mplsted;
 
 constexpr Setting kSettings[] = {
       {"--state", "mplsteState", kRestart, kAny, [](Options& to, std::string const& value) { to.state = value; }},
+      {"--publish", "mplstePublish", kRestart, kOurs,
+       [](Options& to, std::string const& value) { to.publish.path = value; }},
+      {"--publish-mode", "mplstePublishMode", kRestart, kOurs,
+       [](Options& to, std::string const& value) { setPublishMode(to.publish, value); }},
+      {"--publish-owner", "mplstePublishOwner", kRestart, kOurs,
+       [](Options& to, std::string const& value) { setPublishOwner(to.publish, value); }},
+      {"--publish-allow", "mplstePublishAllow", kRestart, kOurs,
+       [](Options& to, std::string const& value) { addPublishAllowed(to.publish, value); }},
+      {"--publish-longest-line", "mplstePublishLongestLine", kRestart, kOurs,
+       [](Options& to, std::string const& value) { setPublishLongestLine(to.publish, value); }},
       {"--agentx", "mplsteAgentX", kRestart, kOurs, [](Options& to, std::string const& value) { to.agentx = value; }},
       {"--module", "mplsteModule", kRestart, kAny, [](Options& to, std::string const& value) { to.module = value; }},
       {"--context", "mplsteContext", kRestart, kAny,

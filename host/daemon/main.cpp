@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -21,6 +20,8 @@
 #include "host/daemon/Signals.h"
 #include "host/daemon/SnmpAgent.h"
 #include "host/daemon/StandardStreams.h"
+#include "host/daemon/StateSource.h"
+#include "host/daemon/Status.h"
 #include "host/daemon/Subagent.h"
 #include "host/daemon/TaskRunner.h"
 #include "host/feed/FileFeed.h"
@@ -36,12 +37,10 @@ std::chrono::milliseconds since(Clock::time_point start) {
 }
 
 void warnOfUnknownHandles(std::vector<Daemon::Options::Trace> const& traces, Daemon::Log& log) {
-   auto const handles = Trel::traceHandles();
    for (auto const& trace : traces) {
-      if (std::ranges::any_of(handles, [&](auto const* handle) { return handle->name() == trace.handle; })) continue;
-      std::string names;
-      for (auto const* const handle : handles) names += " " + handle->name();
-      log.warn(fmt::format("--trace {}: nothing traces under that name so far, but{}", trace.handle, names));
+      if (Daemon::isTraced(trace.handle)) continue;
+      log.warn(fmt::format("--trace {}: nothing traces under that name so far, but{}", trace.handle,
+                           Daemon::tracedNames()));
    }
 }
 
@@ -63,8 +62,10 @@ void applyTo(Daemon::Log& log, Daemon::Options const& options) {
 /// What the command line says, and for the rest the configuration that has been read.
 Daemon::Options merged(Daemon::FileSettings const& settings, Daemon::Options const& commandLine) {
    auto options = settings.merged(commandLine);
-   if (options.state.empty()) {
-      throw Daemon::UsageError("--state is required, or a line mplsteState in mplsted.conf: see 'mplsted --help'");
+   if (options.state.empty() && options.publish.path.empty()) {
+      throw Daemon::UsageError(
+            "--state or --publish is required, or a line mplsteState or mplstePublish in mplsted.conf: "
+            "see 'mplsted --help'");
    }
    return options;
 }
@@ -91,11 +92,14 @@ void check(Daemon::Options const& commandLine) {
 
    std::string refusal;
    Store::ChangeQueue changes(store);
-   Feed::FileFeed feed(changes, options.state,
-                       {.loaded = [] {},
-                        .refused = [&](std::string const& line) { refusal = line; },
-                        .unwatched = [&log](std::string const& line) { log.warn(line); }});
-   feed.load();
+   std::optional<Feed::FileFeed> feed;
+   if (!options.state.empty()) {
+      feed.emplace(changes, options.state,
+                   Feed::FileFeed::Events{.loaded = [](std::size_t) {},
+                                          .refused = [&](std::string const& line) { refusal = line; },
+                                          .unwatched = [&log](std::string const& line) { log.warn(line); }});
+      feed->load();
+   }
    auto const scheduler = Orb::TaskSchedulerRoot::findOrCreateScheduler();
    scheduler->runAll();
    if (!refusal.empty()) throw std::runtime_error(refusal);
@@ -135,16 +139,14 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
                                    {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
                                    options.contexts);
 
-   Store::ChangeQueue changes(store);
-   bool loaded = false;
-   // What is wrong with the first state ends the agent, and is only logged later on.
-   Feed::FileFeed feed(changes, options.state,
-                       {.loaded = [&loaded] { loaded = true; },
-                        .refused = [&](std::string const& line) { loaded ? log.error(line) : agent.fail(line); },
-                        .unwatched = [&log](std::string const& line) { log.warn(line); }});
-   Daemon::Watch const feedWatch(
-         feed.descriptor(), [&] { feed.handleReadable(); }, failed);
-   feed.load();
+   Daemon::Status status({.store = &store,
+                          .module = &module,
+                          .counters = counters.get(),
+                          .stateFile = options.state,
+                          .countersName = options.counters,
+                          .addresses = agent.addresses()});
+   if (subagent) status.sources().master = [&subagent] { return subagent->status(); };
+   Daemon::StateSource state(options, store, status, log, failed);
 
    auto const end = [&] {
       notify.stopping();
@@ -163,7 +165,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
       } catch (std::exception const& error) {
          log.error(fmt::format("{}; the configuration stays as it was", error.what()));
       }
-      feed.load();
+      state.reload();
       notify.ready("answering");
    };
    Daemon::Signals const signals(end, reload, failed);
@@ -172,9 +174,9 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    bool saidReady = false;
    Daemon::TaskRunner const tasks(
          [&] {
-            if (!loaded || std::exchange(saidReady, true)) return;
+            if (!state.loaded() || std::exchange(saidReady, true)) return;
             auto const ready = toText(
-                  Daemon::Ready{module.tunnels(), options.state, agent.addresses(), configuration.access(), firstAnswer,
+                  Daemon::Ready{module.tunnels(), state.names(), agent.addresses(), configuration.access(), firstAnswer,
                                 since(start), subagent ? std::optional(subagent->status().master) : std::nullopt});
             notify.status(ready);
             std::puts(ready.c_str());

@@ -50,7 +50,7 @@ class Plugin::Service {
                    options.contexts),
            changes_(store_),
            file_(changes_, options.state,
-                 {.loaded = [this] { loaded_ = true; },
+                 {.loaded = [this](std::size_t) { loaded_ = true; },
                   .refused = [&log](std::string const& line) { log.error(line); },
                   .unwatched = [&log](std::string const& line) { log.warn(line); }}),
            fileWatch_(

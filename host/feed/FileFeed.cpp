@@ -46,7 +46,7 @@ void FileFeed::read(Orb::Task& task) {
       if (document.empty()) throw std::runtime_error("the file is empty");
       queue_.add(Store::ChangeKind::snapshot, std::move(document),
                  [this, content = reader_->hash()](Store::ChangeQueue::Outcome const& outcome) {
-                    finish({outcome.refusal.value_or(""), content});
+                    finish({outcome.refusal.value_or(""), content}, outcome.changed);
                  });
       reader_ = nullptr;
       return;
@@ -60,12 +60,12 @@ void FileFeed::read(Orb::Task& task) {
    finish(problem);
 }
 
-void FileFeed::finish(Problem const& problem) {
+void FileFeed::finish(Problem const& problem, std::size_t changed) {
    loading_ = false;
    // What is wrong with half a file is nobody's business when the other half has come meanwhile.
    if (problem.text.empty() || !changedMeanwhile_) report(fileProblem_, problem, events_.refused);
    report(watchProblem_, {watch_.problem(), 0}, events_.unwatched);
-   if (problem.text.empty()) events_.loaded();
+   if (problem.text.empty()) events_.loaded(changed);
    if (changedMeanwhile_) load();
 }
 

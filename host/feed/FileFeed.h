@@ -22,8 +22,8 @@ class FileFeed {
    /// Who is told what. All may be called from within `load` and from the tasks of this thread's scheduler; none may
    /// destroy the feed.
    struct Events {
-      /// The state has become equal to the file.
-      std::function<void()> loaded;
+      /// The state has become equal to the file; so many entries had to change for that.
+      std::function<void(std::size_t changed)> loaded;
       /// One line: the file's name, the place in it and what is wrong.
       std::function<void(std::string const& line)> refused;
       /// One line: changes of the file may go unnoticed, and why.
@@ -56,7 +56,7 @@ class FileFeed {
    };
 
    void read(Orb::Task& task);
-   void finish(Problem const& problem);
+   void finish(Problem const& problem, std::size_t changed = 0);
    void report(Problem& last, Problem const& now, std::function<void(std::string const& line)> const& tell);
 
    Store::ChangeQueue& queue_;

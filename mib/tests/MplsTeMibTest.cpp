@@ -335,6 +335,8 @@ TEST_F(MplsTeMibTest, aHostReadsAndDrivesItByName) {
    auto const all = std::any_cast<std::vector<Vel::Any>>(Vel::attributeKeys(*mib_, "mplsTunnelTable").value);
    ASSERT_EQ(all.size(), 1);
    EXPECT_EQ(std::any_cast<MplsTunnelTableKey>(all.front()), tunnel1_);
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeSize(*mib_, "mplsTunnelTable").value), 1U);
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeSize(*mib_, "mplsTunnelHopTable").value), 0U);
    EXPECT_EQ(pointer(Vel::attributeDel(*mib_, "mplsTunnelTable", keyArg)), row);
    EXPECT_TRUE(mib_->mplsTunnelTable().empty());
 

@@ -91,7 +91,7 @@ def test_the_configuration_may_say_where(mplsted):
 
 
 @pytest.mark.parametrize("arguments, code, text", [
-    ([], 2, r"--state is required, or a line mplsteState in mplsted\.conf: see 'mplsted --help'"),
+    ([], 2, r"--state or --publish is required, or a line mplsteState or mplstePublish in mplsted\.conf: see 'mplsted --help'"),
     (["--state", HEAD_END, "--port", "161"], 2, r".*--port.*: see 'mplsted --help'"),
     (["--state", HEAD_END, "surplus"], 2, r".*surplus.*: see 'mplsted --help'"),
     (["--state", ""], 2, r"--state must not be empty"),

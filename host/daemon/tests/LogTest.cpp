@@ -134,17 +134,18 @@ TEST_F(LogTest, afterItsTimeTheFormerSinkIsBack) {
 }
 
 TEST(Ready, theLineSaysWhatIsServedWhereAndHowSoon) {
-   Daemon::Ready ready{13,   "examples/headend.json", {"udp:127.0.0.1:11161"}, "community public, read-only", 12ms,
+   Daemon::Ready ready{13,   {"examples/headend.json"}, {"udp:127.0.0.1:11161"}, "community public, read-only", 12ms,
                        140ms};
    EXPECT_EQ(toText(ready),
              "ready: 13 tunnels from examples/headend.json, SNMP on udp:127.0.0.1:11161 (community public, read-only), "
              "first answer after 12 ms, all rows after 140 ms");
    ready.tunnels = 1;
+   ready.sources = {"state.json", "/run/mplste/publish.sock"};
    ready.addresses = {"udp:0.0.0.0:161", "tcp:0.0.0.0:161"};
    ready.access = "access as in /etc/snmp/mplsted.conf";
-   EXPECT_THAT(toText(ready),
-               AllOf(HasSubstr("ready: 1 tunnel from"), HasSubstr("SNMP on udp:0.0.0.0:161 and tcp:0.0.0.0:161 "
-                                                                  "(access as in /etc/snmp/mplsted.conf)")));
+   EXPECT_THAT(toText(ready), AllOf(HasSubstr("ready: 1 tunnel from state.json and /run/mplste/publish.sock, "),
+                                    HasSubstr("SNMP on udp:0.0.0.0:161 and tcp:0.0.0.0:161 "
+                                              "(access as in /etc/snmp/mplsted.conf)")));
 }
 
 }  // namespace

@@ -91,6 +91,34 @@ TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
    EXPECT_EQ(usageError({"--state", "s", "--context", ""}), "--context must not be empty");
    EXPECT_THAT(usageError({"--state", "s", "--counters-owner", "root"}), HasSubstr("root"));
    EXPECT_THAT(usageError({"--state", "s", "--counters-owner", "-1"}), HasSubstr("-1"));
+   EXPECT_EQ(usageError({"--publish", ""}), "--publish must not be empty");
+   EXPECT_THAT(usageError({"--publish", "p", "--publish-longest-line", "0"}), HasSubstr("not in range 1 to 1024"));
+   EXPECT_EQ(usageError({"--publish-mode", "668"}),
+             "--publish-mode 668: it must be an octal number up to 0777, such as 0660");
+   EXPECT_EQ(usageError({"--publish-owner", ":"}), "--publish-owner :: it must be USER, USER:GROUP or :GROUP");
+   EXPECT_EQ(usageError({"--publish-allow", "root"}),
+             "--publish-allow root: it must be uid:USER or gid:GROUP, by name or number");
+}
+
+TEST(Options, whoMayPublishIsTaken) {
+   auto const before = parse({"--publish", "p.sock"});
+   ASSERT_TRUE(before);
+   EXPECT_EQ(before->publish.path, "p.sock");
+   EXPECT_EQ(before->publish.mode, 0660U);
+   EXPECT_FALSE(before->publish.owner || before->publish.group);
+   EXPECT_THAT(before->publish.allowed, IsEmpty());
+   EXPECT_EQ(before->publish.longestLine, 16U);
+
+   auto const options = parse({"--publish", "p", "--publish-mode", "640", "--publish-owner", "12:34", "--publish-allow",
+                               "uid:1000", "--publish-allow", "gid:root", "--publish-longest-line", "64"});
+   ASSERT_TRUE(options);
+   EXPECT_EQ(options->publish.mode, 0640U);
+   EXPECT_EQ(options->publish.owner, 12U);
+   EXPECT_EQ(options->publish.group, 34U);
+   EXPECT_THAT(options->publish.allowed, ElementsAre("uid:1000", "gid:root"));
+   EXPECT_EQ(options->publish.longestLine, 64U);
+   EXPECT_EQ(parse({"--publish-owner", ":34"})->publish.owner, std::nullopt);
+   EXPECT_EQ(parse({"--publish-owner", "root"})->publish.owner, 0U);
 }
 
 TEST(Options, theMasterSAddressMayBeLeftOut) {

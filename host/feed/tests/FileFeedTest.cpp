@@ -52,7 +52,7 @@ class FileFeedTest : public ::testing::Test {
    }
    FileFeed::Events events() {
       auto const note = [this](std::string const& line) { lines.push_back(line); };
-      return {[this] { ++loads; }, note, note};
+      return {[this](std::size_t) { ++loads; }, note, note};
    }
    /// Whether the state is what the file says.
    bool load() {

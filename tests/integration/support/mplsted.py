@@ -42,14 +42,16 @@ def environment(folder):
 
 
 class Mplsted:
-    """A running mplsted that serves a state file of its own, which starts as the example head end."""
+    """A running mplsted that serves a state file of its own, which starts as the example head end; or, with file=False,
+    no file."""
 
-    def __init__(self, folder, *arguments, state=None, access=ACCESS, listen=("udp:127.0.0.1:0",), **variables):
+    def __init__(self, folder, *arguments, state=None, file=True, access=ACCESS, listen=("udp:127.0.0.1:0",),
+                 **variables):
         self.folder = Path(folder)
         self.state = self.folder / "state.json"
-        if state is not None or not self.state.exists():
+        if file and (state is not None or not self.state.exists()):
             self.state.write_text(HEAD_END.read_text() if state is None else state, encoding="utf-8")
-        self.command = [PROGRAM, "--state", self.state, *arguments]
+        self.command = [PROGRAM, *(["--state", self.state] if file else []), *arguments]
         for address in listen:
             self.command += ["--listen", address]
         if access is not None:

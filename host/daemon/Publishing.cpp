@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "host/daemon/Publishing.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "host/daemon/Options.h"
+
+namespace Daemon {
+
+namespace {
+
+constexpr char const* kPart = "publish";
+
+Publish::Handlers handlersOf(Status& status, Log& log) {
+   using Clock = Status::SystemClock;
+   using Json = nlohmann::ordered_json;
+   return {
+         .status = [&status] { return status.json(Clock::now()).dump(-1, ' ', false, Json::error_handler_t::replace); },
+         .trace =
+               [&log](std::string const& levels) {
+                  auto const trace = parseTrace(levels);
+                  if (!isTraced(trace.handle)) {
+                     throw std::invalid_argument("nothing traces under that name, but" + tracedNames());
+                  }
+                  log.traceLevelsIs(trace.handle, trace.levels);
+               },
+         .done =
+               [&status, &log](Publish::Peer const& peer, Store::ChangeQueue::Outcome const& outcome) {
+                  if (!outcome.refusal) return status.applied(outcome.changed, Clock::now());
+                  status.refused(Publish::toText(peer), *outcome.refusal, Clock::now());
+                  log.repeatable(spdlog::level::warn, kPart,
+                                 fmt::format("refused what {} published: {}", toText(peer), *outcome.refusal));
+               },
+         .complain = [&log](std::string const& line) { log.repeatable(spdlog::level::warn, kPart, line); },
+   };
+}
+
+Publish::Server::Options serverOptions(PublishOptions const& options) {
+   return {.socket = {options.path, options.mode, options.owner, options.group},
+           .access = options.allowed.empty() ? Publish::Access() : Publish::Access(options.allowed),
+           .limits = {.longestLine = options.longestLine << 20U}};
+}
+
+/// Of the descriptors that this process may have, as many as connections may be made and some for the rest.
+void makeRoomFor(std::size_t connections) {
+   constexpr rlim_t kOthers = 256;
+   rlimit limit{};
+   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+   rlim_t const wanted = std::min<rlim_t>(connections + kOthers, limit.rlim_max);
+   if (limit.rlim_cur >= wanted) return;
+   limit.rlim_cur = wanted;
+   setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+}  // namespace
+
+Publishing::Publishing(PublishOptions const& options, Store::ChangeQueue& queue, Store::StateStore const& store,
+                       Status& status, Log& log, ErrorHandler failed)
+      : status_(status),
+        server_(serverOptions(options), queue, store, handlersOf(status, log)),
+        watch_(
+              server_.descriptor(), [this] { server_.handleReadable(); }, std::move(failed)) {
+   makeRoomFor(Publish::Limits{}.connections);
+   status_.sources().publish = &server_;
+}
+
+Publishing::~Publishing() { status_.sources().publish = nullptr; }
+
+}  // namespace Daemon

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "host/daemon/Log.h"
+#include "host/daemon/PublishOptions.h"
+#include "host/daemon/Status.h"
+#include "host/daemon/Watch.h"
+#include "host/publish/Server.h"
+
+namespace Daemon {
+
+/// Publishing over a socket (`--publish`) as this agent does it: the server in net-snmp's event loop, with its answers
+/// to what operators ask.
+class Publishing {
+ public:
+   /// All of these outlive it. Throws Publish::SocketError.
+   Publishing(PublishOptions const& options, Store::ChangeQueue& queue, Store::StateStore const& store, Status& status,
+              Log& log, ErrorHandler failed);
+   ~Publishing();
+   Publishing(Publishing const&) = delete;
+   Publishing& operator=(Publishing const&) = delete;
+
+   /// Begins to listen to publishers.
+   void open() { server_.open(); }
+
+ private:
+   Status& status_;
+   Publish::Server server_;
+   Watch const watch_;
+};
+
+}  // namespace Daemon

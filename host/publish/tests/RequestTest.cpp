@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "host/publish/Request.h"
+
+#include <gmock/gmock.h>
+
+namespace Publish {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::StartsWith;
+using Kind = Request::Kind;
+
+std::string refusal(std::string line) {
+   Request const request = requestFrom(std::move(line));
+   return request.kind == Kind::refused ? request.text : "accepted";
+}
+
+TEST(Request, WhatIsNoRequestIsAPatchForTheStore) {
+   for (char const* const line : {"{}", "{\"pathSpec\": {}}", "{\"pathSpec\": {}, \"$state\": null}", "5", "[]", "{",
+                                  "}", "nonsense", "{\"pathSpec", "{\"a\" 1}", "\xff", "\xef\xbb\xbf{}"}) {
+      Request const request = requestFrom(line);
+      EXPECT_EQ(request.kind, Kind::patch) << line;
+      EXPECT_EQ(request.text, line);
+   }
+}
+
+TEST(Request, ADocumentStaysAtItsPlaceInTheLine) {
+   Request const request = requestFrom("{\"$replace\": {\"spStatus\": {}}} \r");
+   EXPECT_EQ(request.kind, Kind::replace);
+   EXPECT_EQ(request.text, "             {\"spStatus\": {}}" + std::string());
+   EXPECT_THAT(requestFrom("\xef\xbb\xbf {\"\\u0024replace\":{}}").text, EndsWith("  {}"));
+   EXPECT_THAT(requestFrom("{\"$replace\":{}, \"x\":{}}").text, EndsWith(" {}, \"x\":{}")) << "the store refuses it";
+}
+
+TEST(Request, QuestionsAreKnownByTheirNames) {
+   EXPECT_EQ(requestFrom("{\"$state\": null}").kind, Kind::state);
+   EXPECT_EQ(requestFrom(" { \"$status\" : null } ").kind, Kind::status);
+   Request const trace = requestFrom("{\"$trace\": \"mplsTeStdMIB=0-2\"}\r");
+   EXPECT_EQ(trace.kind, Kind::trace);
+   EXPECT_EQ(trace.text, "mplsTeStdMIB=0-2");
+}
+
+TEST(Request, OtherRequestsAreRefusedWithTheReason) {
+   EXPECT_EQ(refusal("{\"$everything\": null}"),
+             "/$everything: there is no such request; there are $replace, $state, $status and $trace");
+   EXPECT_EQ(refusal("{\"$State\": null}"), "/$State: there is no such request; \"$state\" is probably meant");
+   EXPECT_EQ(refusal("{\"$state\": {}}"), "/$state: expected null but found an object");
+   EXPECT_EQ(refusal("{\"$trace\": 3}"), "/$trace: expected HANDLE=LEVELS but found 3");
+   EXPECT_EQ(refusal("{\"$status\": null, \"pathSpec\": {}}"),
+             "/$status/pathSpec: nothing else may stand beside $status");
+   EXPECT_THAT(refusal("{\"$status\": null"), StartsWith("column 17: "));
+   EXPECT_THAT(refusal("{\"$status\": null} {}"), StartsWith("column 19: "));
+   EXPECT_THAT(refusal("{\"$state\""), StartsWith("accepted")) << "the store refuses it";
+}
+
+TEST(Request, EmptyLinesAreToldFromOthers) {
+   for (char const* const line : {"", "\r", " \t\r"}) EXPECT_TRUE(isBlank(line));
+   EXPECT_FALSE(isBlank(" {"));
+   EXPECT_FALSE(isBlank("\f"));
+}
+
+TEST(Request, AnswersAreLinesOfJson) {
+   EXPECT_EQ(changedAnswer(3), "{\"ok\":true,\"changed\":3}\n");
+   EXPECT_EQ(doneAnswer(), "{\"ok\":true}\n");
+   EXPECT_EQ(statusAnswer("{\"pid\":1}"), "{\"ok\":true,\"status\":{\"pid\":1}}\n");
+   EXPECT_EQ(errorAnswer("/pathSpec: \"x\" \xff"), "{\"ok\":false,\"error\":\"/pathSpec: \\\"x\\\" \xef\xbf\xbd\"}\n");
+   EXPECT_EQ(withoutLine("line 1, column 5: what"), "column 5: what");
+   EXPECT_EQ(withoutLine("/spStatus: what"), "/spStatus: what");
+}
+
+}  // namespace
+}  // namespace Publish

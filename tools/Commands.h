@@ -26,8 +26,12 @@ enum ExitCode { success = 0, usageError = 1, agentError = 2 };
 void addAgentOptions(CLI::App& command, AgentOptions& options);
 
 void addCounters(CLI::App& app);
+void addPublish(CLI::App& app);
 void addShow(CLI::App& app);
 void addSimulate(CLI::App& app);
+void addState(CLI::App& app);
+void addStatus(CLI::App& app);
+void addTrace(CLI::App& app);
 void addWatch(CLI::App& app);
 
 }  // namespace Tools

@@ -22,7 +22,6 @@ namespace Tools {
 namespace {
 
 using Tunnel::TunnelTable::TunnelId;
-using Json = nlohmann::json;
 
 // A kind of tunnel: the word for it, and the collection of the state that holds the indexes of such tunnels.
 struct TunnelKind {
@@ -45,15 +44,15 @@ Number toNumber(std::string_view text) {
    return value;
 }
 
-Json parsed(std::string const& file) {
+nlohmann::json parsed(std::string const& file) {
    std::ifstream stream(file);
    std::ostringstream text;
    if (!stream || !(text << stream.rdbuf())) {
       throw std::runtime_error(fmt::format("{}: {}", file, std::strerror(errno)));
    }
    try {
-      return Json::parse(text.str());
-   } catch (Json::parse_error const& error) {
+      return nlohmann::json::parse(text.str());
+   } catch (nlohmann::json::parse_error const& error) {
       throw std::runtime_error(fmt::format("{}: not JSON at octet {}", file, error.byte));
    }
 }
@@ -70,7 +69,7 @@ std::string tunnelText(std::uint64_t tunnelValue) {
 std::uint64_t toNumber64(std::string_view text) { return toNumber<std::uint64_t>(text); }
 
 TunnelNames::TunnelNames(std::string const& file) : file_(file) {
-   Json const state = parsed(file);
+   nlohmann::json const state = parsed(file);
    if (!state.is_object()) throw std::runtime_error(fmt::format("{}: not an object", file));
    for (TunnelKind const& kind : kTunnelKinds) {
       auto const found = state.find(kind.collection);

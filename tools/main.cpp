@@ -32,6 +32,10 @@ int main(int argc, char** argv) {
    Tools::addWatch(app);
    Tools::addCounters(app);
    Tools::addSimulate(app);
+   Tools::addPublish(app);
+   Tools::addState(app);
+   Tools::addStatus(app);
+   Tools::addTrace(app);
 
    try {
       app.parse(argc, argv);

@@ -27,8 +27,9 @@ def offered(prefix, *words, folder=None):
 
 
 @pytest.mark.parametrize("words, expected", [
-    (["mplste", ""], ["--help", "--version", "counters", "show", "simulate", "watch"]),
-    (["mplste", "s"], ["show", "simulate"]),
+    (["mplste", ""], ["--help", "--version", "counters", "publish", "show", "simulate", "state", "status",
+                      "trace", "watch"]),
+    (["mplste", "s"], ["show", "simulate", "state", "status"]),
     (["mplste", "--v"], ["--version"]),
     (["mplste", "show", "t"], ["tunnel", "tunnels"]),
     (["mplste", "show", "hops", "--"], ["--agent", "--community", "--help", "--json", "--retries", "--timeout"]),

@@ -14,7 +14,7 @@ Peer peer(uid_t user, std::vector<gid_t> groups) { return {1, user, std::move(gr
 
 Access accessOf(std::vector<std::string> const& entries) { return Access(entries); }
 
-std::string refusal(std::string const& entry) {
+std::string refusedEntry(std::string const& entry) {
    try {
       accessOf({entry});
    } catch (std::invalid_argument const& error) {
@@ -50,13 +50,13 @@ TEST(Access, NamesAreUnderstoodLikeNumbers) {
 }
 
 TEST(Access, AWrongEntryIsRefusedWithTheReason) {
-   EXPECT_EQ(refusal("uid:nobody-of-that-name"), "there is no user \"nobody-of-that-name\"");
-   EXPECT_EQ(refusal("gid:none such"), "there is no group \"none such\"");
-   EXPECT_EQ(refusal("uid:"), "there is no user \"\"");
-   EXPECT_EQ(refusal("uid:-1"), "there is no user \"-1\"");
-   EXPECT_EQ(refusal("uid:4294967295"), "there is no user \"4294967295\"");
+   EXPECT_EQ(refusedEntry("uid:nobody-of-that-name"), "there is no user \"nobody-of-that-name\"");
+   EXPECT_EQ(refusedEntry("gid:none such"), "there is no group \"none such\"");
+   EXPECT_EQ(refusedEntry("uid:"), "there is no user \"\"");
+   EXPECT_EQ(refusedEntry("uid:-1"), "there is no user \"-1\"");
+   EXPECT_EQ(refusedEntry("uid:4294967295"), "there is no user \"4294967295\"");
    for (char const* const text : {"1000", "user:root", ""}) {
-      EXPECT_EQ(refusal(text), "it must be uid:USER or gid:GROUP, by name or number");
+      EXPECT_EQ(refusedEntry(text), "it must be uid:USER or gid:GROUP, by name or number");
    }
 }
 

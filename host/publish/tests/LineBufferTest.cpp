@@ -10,7 +10,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 /// The lines that are whole, "too long" for one that is.
-std::vector<std::string> take(LineBuffer& buffer) {
+std::vector<std::string> takeLines(LineBuffer& buffer) {
    std::vector<std::string> lines;
    std::string line;
    for (auto next = buffer.next(line); next != LineBuffer::Next::none; next = buffer.next(line)) {
@@ -26,7 +26,7 @@ TEST(LineBuffer, LinesAreCutHoweverTheyCome) {
       std::vector<std::string> lines;
       for (std::size_t at = 0; at < text.size(); at += piece) {
          buffer.append(text.substr(at, piece));
-         for (auto& line : take(buffer)) lines.push_back(std::move(line));
+         for (auto& line : takeLines(buffer)) lines.push_back(std::move(line));
       }
       EXPECT_THAT(lines, ElementsAre("one", "", "two two\r", "3")) << "in pieces of " << piece;
       EXPECT_EQ(buffer.held(), 10U);
@@ -40,7 +40,7 @@ TEST(LineBuffer, ALineOfTheGreatestLengthIsTakenAndOneMoreIsTooMuch) {
       std::vector<std::string> lines;
       for (std::size_t at = 0; at < text.size(); at += piece) {
          buffer.append(text.substr(at, piece));
-         for (auto& line : take(buffer)) lines.push_back(std::move(line));
+         for (auto& line : takeLines(buffer)) lines.push_back(std::move(line));
          EXPECT_LE(buffer.held(), 8U);
       }
       EXPECT_THAT(lines, ElementsAre("12345678", "too long", "1234567", "too long", "end")) << "in pieces of " << piece;
@@ -50,21 +50,21 @@ TEST(LineBuffer, ALineOfTheGreatestLengthIsTakenAndOneMoreIsTooMuch) {
 TEST(LineBuffer, WhatIsTooLongIsToldAtOnceAndDroppedAsItComes) {
    LineBuffer buffer(8);
    buffer.append("123456789");
-   EXPECT_THAT(take(buffer), ElementsAre("too long"));
+   EXPECT_THAT(takeLines(buffer), ElementsAre("too long"));
    buffer.append("more and more");
-   EXPECT_THAT(take(buffer), IsEmpty());
+   EXPECT_THAT(takeLines(buffer), IsEmpty());
    EXPECT_EQ(buffer.held(), 0U);
    buffer.append("of it\nnext\n");
-   EXPECT_THAT(take(buffer), ElementsAre("next"));
+   EXPECT_THAT(takeLines(buffer), ElementsAre("next"));
 }
 
 TEST(LineBuffer, ALargeLineIsHandedOverWithWhatFollowsIt) {
    LineBuffer buffer(1U << 20U);
    std::string const large(1U << 20U, 'x');
    buffer.append(large.substr(0, 1000));
-   EXPECT_THAT(take(buffer), IsEmpty());
+   EXPECT_THAT(takeLines(buffer), IsEmpty());
    buffer.append(large.substr(1000) + "\nsmall\nrest");
-   EXPECT_THAT(take(buffer), ElementsAre(large, "small"));
+   EXPECT_THAT(takeLines(buffer), ElementsAre(large, "small"));
    EXPECT_EQ(buffer.held(), 4U);
 }
 

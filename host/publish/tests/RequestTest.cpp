@@ -10,7 +10,7 @@ using ::testing::EndsWith;
 using ::testing::StartsWith;
 using Kind = Request::Kind;
 
-std::string refusal(std::string line) {
+std::string refusedRequest(std::string line) {
    Request const request = requestFrom(std::move(line));
    return request.kind == Kind::refused ? request.text : "accepted";
 }
@@ -41,16 +41,16 @@ TEST(Request, QuestionsAreKnownByTheirNames) {
 }
 
 TEST(Request, OtherRequestsAreRefusedWithTheReason) {
-   EXPECT_EQ(refusal("{\"$everything\": null}"),
+   EXPECT_EQ(refusedRequest("{\"$everything\": null}"),
              "/$everything: there is no such request; there are $replace, $state, $status and $trace");
-   EXPECT_EQ(refusal("{\"$State\": null}"), "/$State: there is no such request; \"$state\" is probably meant");
-   EXPECT_EQ(refusal("{\"$state\": {}}"), "/$state: expected null but found an object");
-   EXPECT_EQ(refusal("{\"$trace\": 3}"), "/$trace: expected HANDLE=LEVELS but found 3");
-   EXPECT_EQ(refusal("{\"$status\": null, \"pathSpec\": {}}"),
+   EXPECT_EQ(refusedRequest("{\"$State\": null}"), "/$State: there is no such request; \"$state\" is probably meant");
+   EXPECT_EQ(refusedRequest("{\"$state\": {}}"), "/$state: expected null but found an object");
+   EXPECT_EQ(refusedRequest("{\"$trace\": 3}"), "/$trace: expected HANDLE=LEVELS but found 3");
+   EXPECT_EQ(refusedRequest("{\"$status\": null, \"pathSpec\": {}}"),
              "/$status/pathSpec: nothing else may stand beside $status");
-   EXPECT_THAT(refusal("{\"$status\": null"), StartsWith("column 17: "));
-   EXPECT_THAT(refusal("{\"$status\": null} {}"), StartsWith("column 19: "));
-   EXPECT_THAT(refusal("{\"$state\""), StartsWith("accepted")) << "the store refuses it";
+   EXPECT_THAT(refusedRequest("{\"$status\": null"), StartsWith("column 17: "));
+   EXPECT_THAT(refusedRequest("{\"$status\": null} {}"), StartsWith("column 19: "));
+   EXPECT_THAT(refusedRequest("{\"$state\""), StartsWith("accepted")) << "the store refuses it";
 }
 
 TEST(Request, EmptyLinesAreToldFromOthers) {

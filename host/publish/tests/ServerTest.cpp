@@ -109,7 +109,7 @@ class ServerTest : public ::testing::Test {
       bool const readable = poll(&waiting, 1, 0) > 0;
       if (readable) server->handleReadable();
       bool const work = tasks->hasWork();
-      if (work) tasks->runSlice(std::chrono::milliseconds(2));
+      if (work) tasks->runSlice(slice);
       return readable || work;
    }
    void settle() {
@@ -152,6 +152,7 @@ class ServerTest : public ::testing::Test {
    std::vector<std::string> traces;
    std::vector<std::string> log;
    int documents = 0;
+   std::chrono::microseconds slice{2000};
 };
 
 using Lines = std::vector<std::string>;
@@ -220,6 +221,8 @@ TEST_F(ServerTest, ALineOfTheGreatestLengthIsTakenAndOneMoreIsRefusedAlone) {
 
 TEST_F(ServerTest, PublishersTakeTurns) {
    start();
+   tasks->yieldPolicyIs([] { return true; });
+   slice = std::chrono::microseconds(0);  // of one document
    Client many(path);
    Client few(path);
    std::string lines;
@@ -230,6 +233,7 @@ TEST_F(ServerTest, PublishersTakeTurns) {
       few.receive();
       return !few.received.empty();
    }));
+   tasks->yieldPolicyIs(nullptr);
    EXPECT_LT(documents, 20) << "it did not wait for all that was there before";
    settle();
    EXPECT_EQ(documents, 201);

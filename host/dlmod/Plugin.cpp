@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <sys/eventfd.h>
 
 #include <filesystem>
@@ -11,8 +12,9 @@
 #include <utility>
 
 #include "host/daemon/ModuleHost.h"
+#include "host/daemon/StateSource.h"
+#include "host/daemon/Status.h"
 #include "host/daemon/TaskRunner.h"
-#include "host/feed/FileFeed.h"
 #include "host/store/StateStore.h"
 #include "inputs/tallies/ShmCounterTable.h"
 
@@ -45,36 +47,33 @@ class Plugin::Service {
          : log_(log),
            failed_([&log](std::string_view error) { log.error(error); }),
            store_(root_),
+           counters_(counterTable(options)),
            module_(options.module.empty() ? moduleBeside() : options.module, root_,
-                   {store_.lerConfig(), store_.lerHiveStatus(), store_.kelpStatus(), counterTable(options)},
-                   options.contexts),
-           changes_(store_),
-           file_(changes_, options.state,
-                 {.loaded = [this](std::size_t) { loaded_ = true; },
-                  .refused = [&log](std::string const& line) { log.error(line); },
-                  .unwatched = [&log](std::string const& line) { log.warn(line); }}),
-           fileWatch_(
-                 file_.descriptor(), [this] { file_.handleReadable(); }, failed_),
-           tasks_([this] { sayReady(); }, failed_) {
-      file_.load();
-   }
+                   {store_.lerConfig(), store_.lerHiveStatus(), store_.kelpStatus(), counters_}, options.contexts),
+           status_({.store = &store_,
+                    .module = &module_,
+                    .counters = counters_.get(),
+                    .stateFile = options.state,
+                    .countersName = options.counters,
+                    .addresses = {}}),
+           state_(options, store_, status_, log, failed_),
+           tasks_([this] { sayReady(); }, failed_) {}
 
  private:
    void sayReady() {
-      if (!loaded_ || std::exchange(saidReady_, true)) return;
-      log_.info(fmt::format("ready: {} tunnels from {}", module_.tunnels(), file_.file()));
+      if (!state_.loaded() || std::exchange(saidReady_, true)) return;
+      log_.info(fmt::format("ready: {} tunnels from {}", module_.tunnels(), fmt::join(state_.names(), " and ")));
    }
 
    Daemon::Log& log_;
    Daemon::ErrorHandler const failed_;
    Vel::Ptr<Vel::EntityDir> const root_ = Vel::makePtr<Vel::EntityDir>("");
    Store::StateStore store_;
+   Vel::Ptr<Tallies::CounterTable> const counters_;
    Daemon::ModuleHost const module_;
-   Store::ChangeQueue changes_;
-   bool loaded_ = false;
+   Daemon::Status status_;
    bool saidReady_ = false;
-   Feed::FileFeed file_;
-   Daemon::Watch const fileWatch_;
+   Daemon::StateSource state_;
    Daemon::TaskRunner const tasks_;
 };
 
@@ -92,8 +91,10 @@ void Plugin::begin() {
    firstTurnWatch_ = nullptr;
    auto const options = settings_.merged({});
    for (auto const& trace : options.traces) log_.traceLevelsIs(trace.handle, trace.levels);
-   if (options.state.empty()) {
-      throw std::runtime_error("there is nothing to serve; put a line \"mplsteState FILE\" behind the dlmod line");
+   if (options.state.empty() && options.publish.path.empty()) {
+      throw std::runtime_error(
+            "there is nothing to serve; put a line \"mplsteState FILE\" or \"mplstePublish PATH\" behind the dlmod "
+            "line");
    }
    service_ = std::make_unique<Service>(options, log_);
 }

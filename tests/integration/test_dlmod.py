@@ -9,6 +9,7 @@ import os
 import re
 import shutil
 import signal
+import subprocess
 
 import pytest
 from support.ber import NO_SUCH_OBJECT
@@ -158,7 +159,23 @@ def test_without_a_state_it_says_what_is_missing(tmp_path):
     host = Host(tmp_path)
     host.configure(f"dlmod mplsTe {LIBRARY}")
     with host:
-        await_true(lambda: 'put a line "mplsteState FILE" behind the dlmod line' in host.log(), "the remedy")
+        await_true(lambda: 'put a line "mplsteState FILE" or "mplstePublish PATH" behind the dlmod line' in host.log(),
+                   "the remedy")
+
+
+def test_it_takes_patches_over_a_socket(tmp_path):
+    socket = tmp_path / "publish.sock"
+    with Host(tmp_path, f"mplstePublish {socket}", "mplstePublishAllow uid:0", f"mplstePublishAllow uid:{os.getuid()}") \
+            as running:
+        running.await_ready()
+        reader = Manager(running.address)
+        before = reader.value(NAME)
+        await_true(socket.exists, "the socket")
+        publish = [BUILD / "mplste", "publish", "--socket", socket, SOURCE / "examples" / "switchover.json"]
+        assert subprocess.run(publish, check=False, stdout=subprocess.DEVNULL).returncode == 0
+        await_true(lambda: reader.value(NAME) != before, "the row to move")
+        reader.close()
+    assert not socket.exists()
 
 
 def test_traces_go_where_snmpd_logs(tmp_path):

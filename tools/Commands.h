@@ -26,6 +26,7 @@ enum ExitCode { success = 0, usageError = 1, agentError = 2 };
 void addAgentOptions(CLI::App& command, AgentOptions& options);
 
 void addCounters(CLI::App& app);
+void addDoctor(CLI::App& app);
 void addPublish(CLI::App& app);
 void addShow(CLI::App& app);
 void addSimulate(CLI::App& app);

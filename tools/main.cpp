@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
    Tools::addState(app);
    Tools::addStatus(app);
    Tools::addTrace(app);
+   Tools::addDoctor(app);
 
    try {
       app.parse(argc, argv);

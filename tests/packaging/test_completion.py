@@ -27,7 +27,7 @@ def offered(prefix, *words, folder=None):
 
 
 @pytest.mark.parametrize("words, expected", [
-    (["mplste", ""], ["--help", "--version", "counters", "publish", "show", "simulate", "state", "status",
+    (["mplste", ""], ["--help", "--version", "counters", "doctor", "publish", "show", "simulate", "state", "status",
                       "trace", "watch"]),
     (["mplste", "s"], ["show", "simulate", "state", "status"]),
     (["mplste", "--v"], ["--version"]),

@@ -1,0 +1,163 @@
+# SPDX-License-Identifier: MIT
+"""mplste doctor finds what keeps managers from seeing the tunnels, and prints the lines that mend it."""
+
+import json
+import os
+import socket
+import subprocess
+
+import pytest
+from support.mplsted import BUILD, Mplsted
+from support.publisher import Publisher
+from support.state import STATE
+
+MPLSTE = BUILD / "mplste"
+AGENTX = "master agentx\nagentXSocket unix:{}\n"
+
+
+@pytest.fixture(scope="module")
+def daemon(tmp_path_factory):
+    folder = tmp_path_factory.mktemp("mplsted")
+    with Mplsted(folder, "--publish", folder / "publish.sock", file=False) as mplsted:
+        mplsted.socket = folder / "publish.sock"
+        with Publisher(mplsted.socket) as publisher:
+            publisher.changed({"$replace": STATE})
+        yield mplsted
+
+
+@pytest.fixture
+def master(tmp_path):
+    """The path of a socket that anybody may connect to."""
+    path = tmp_path / "agentx"
+    with socket.socket(socket.AF_UNIX) as listener:
+        listener.bind(str(path))
+        listener.listen()
+        path.chmod(0o777)
+        yield path
+
+
+@pytest.fixture
+def doctor(daemon, tmp_path):
+    """A function that lets the doctor look at a snmpd.conf of these lines: the exit status, and what it said."""
+    def look(snmpd_conf=None, *arguments, publish=daemon.socket):
+        conf = tmp_path / "snmpd.conf"
+        if snmpd_conf is not None:
+            conf.write_text(snmpd_conf, encoding="utf-8")
+        done = subprocess.run([MPLSTE, "doctor", "--snmpd-conf", conf, *arguments], capture_output=True, check=False,
+                              encoding="utf-8", timeout=60, env=os.environ | {"MPLSTE_SOCKET": str(publish)})
+        return done.returncode, done.stdout
+    return look
+
+
+def remedies(output):
+    """What is said behind each line that begins with BAD."""
+    found, lines = {}, None
+    for line in output.splitlines():
+        if line.startswith("BAD"):
+            lines = found[line.removeprefix("BAD").strip()] = []
+        elif line.startswith("good"):
+            lines = None
+        else:
+            lines.append(line.strip())
+    return found
+
+
+def test_where_all_is_well_nothing_is_to_be_mended(doctor, master):
+    code, output = doctor(AGENTX.format(master) + "rocommunity public 127.0.0.1 .1.3.6.1.2.1\n")
+    assert code == 0 and not remedies(output), output
+    assert output.count("good ") == len(output.splitlines()) == 5
+
+
+def test_where_there_is_no_snmpd_none_is_missed(doctor):
+    code, output = doctor()
+    assert code == 0, output
+    assert "snmpd.conf: No such file or directory; no snmpd to serve through\n" in output
+
+
+def test_mplsted_that_is_not_there(doctor, tmp_path):
+    code, output = doctor(publish=tmp_path / "none.sock")
+    assert code == 2
+    [(what, lines)] = remedies(output).items()
+    assert "none.sock" in what and f"mplstePublish {tmp_path}/none.sock" in lines
+
+
+def test_a_state_that_nobody_publishes(doctor, tmp_path):
+    with Mplsted(tmp_path, "--publish", tmp_path / "empty.sock", file=False):
+        code, output = doctor(publish=tmp_path / "empty.sock")
+    assert code == 2
+    assert remedies(output) == {"there is no state file, and nobody has published anything":
+                                [f"mplste publish --socket {tmp_path}/empty.sock STATE.json"]}
+
+
+def test_counters_that_are_not_there(doctor, tmp_path):
+    name = f"mplste-doctor-{os.getpid()}"
+    with Mplsted(tmp_path, "--publish", tmp_path / "counting.sock", "--counters", name):
+        code, output = doctor(publish=tmp_path / "counting.sock")
+    assert code == 2
+    assert remedies(output) == {
+        f"the counters {name} are not there, or not to be read: packets and octets read as 0":
+            ["start the process that counts, or look at what there is:", f"mplste counters --name {name} list"]}
+
+
+def test_a_document_that_was_refused(doctor, tmp_path):
+    with Mplsted(tmp_path, "--publish", tmp_path / "refusing.sock") as _:
+        with Publisher(tmp_path / "refusing.sock") as publisher:
+            publisher.refusal({"nonsense": {}})
+        code, output = doctor(publish=tmp_path / "refusing.sock")
+    assert code == 2
+    [what] = remedies(output)
+    assert what.startswith("1 documents were refused, the last at ") and "nonsense" in what
+
+
+def test_a_snmpd_that_takes_no_subagents(doctor):
+    code, output = doctor("rocommunity public\n")
+    assert code == 2
+    [lines] = remedies(output).values()
+    assert lines[1:] == ["master agentx", "agentXSocket unix:/run/agentx/master",
+                         "agentXPerms 0660 0755 Debian-snmp mplste"]
+
+
+def test_a_snmpd_that_loads_mplste_needs_no_subagents(doctor):
+    code, output = doctor("dlmod mplsTe /usr/lib/mplste/mplsTe.so\n")
+    assert code == 0, output
+    assert "snmpd loads mplste" in output
+
+
+@pytest.mark.parametrize("rules, hides", [
+    ("view systemonly included .1.3.6.1.2.1.1\nview systemonly included .1.3.6.1.2.1.25.1\n", True),
+    ("view systemonly included .1.3.6.1.2.1.1\nview systemonly included .1.3.6.1.2.1.10.166\n", False),
+    ("view systemonly included .1\n", False),
+    ("view systemonly included .1\nview systemonly excluded .1.3.6.1.2.1.10\n", True),
+    ("view systemonly included .1.3.6.1.2.1.10.166.3.2.2\n", False),
+    ("view SYSTEMONLY included .1\n", True),
+    ("", True),
+])
+def test_a_view_that_hides_the_tables(doctor, master, rules, hides):
+    code, output = doctor(AGENTX.format(master) + rules + "rocommunity public default -V systemonly\n")
+    assert code == (2 if hides else 0), output
+    if hides:
+        [lines] = remedies(output).values()
+        assert lines[1:] == ["view systemonly included .1.3.6.1.2.1.10.166"]
+
+
+def test_a_master_that_is_not_there(doctor, tmp_path):
+    code, output = doctor(AGENTX.format(tmp_path / "none"))
+    assert code == 2
+    [(what, lines)] = remedies(output).items()
+    assert what == f"{tmp_path}/none is not there"
+    assert lines[1:] == ["master agentx", f"agentXSocket unix:{tmp_path}/none"]
+
+
+def test_a_master_in_a_closed_directory(doctor, master):
+    master.parent.chmod(0o700)
+    code, output = doctor(AGENTX.format(master), "--user", "nobody")
+    master.parent.chmod(0o755)
+    assert code == 2
+    [(what, lines)] = remedies(output).items()
+    assert what.endswith("is closed to the user nobody")
+    assert lines[1:] == ["agentXPerms 0660 0755 Debian-snmp nobody"]
+
+
+def test_a_user_that_there_is_not(doctor, master):
+    code, output = doctor(AGENTX.format(master), "--user", "nobody-of-that-name")
+    assert code == 1 and output == ""

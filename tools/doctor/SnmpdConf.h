@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+#include <istream>
+#include <string>
+#include <vector>
+
+#include "tools/doctor/Finding.h"
+
+namespace Tools::Doctor {
+
+/// What snmpd.conf says about subagents and about who may see what. Lines that it does not know are passed over, as are
+/// OIDs that are not numeric.
+class SnmpdConf {
+ public:
+   explicit SnmpdConf(std::istream& text);
+
+   bool takesSubagents() const { return master_; }
+   bool loadsMplste() const { return dlmod_; }
+   /// The path of the unix socket for subagents; empty for another kind of address.
+   std::filesystem::path socket() const;
+   /// The views that managers are given and that hide the tables.
+   std::vector<std::string> hidingViews() const;
+
+ private:
+   using Oid = std::vector<unsigned>;
+   struct Rule {
+      std::string view;
+      bool included;
+      Oid oid;
+   };
+   void readAccess(std::vector<std::string> const& words);
+   bool shows(std::string const& view) const;
+   static Oid oidOf(std::string const& text);
+
+   bool master_ = false;
+   bool dlmod_ = false;
+   std::string socket_;
+   std::vector<Rule> rules_;
+   std::vector<std::string> given_;  // views that a community or user is given
+};
+
+/// Whether `file` is fit for serving the tables through that snmpd.
+Findings checkSnmpd(std::filesystem::path const& file);
+
+}  // namespace Tools::Doctor

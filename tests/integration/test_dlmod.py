@@ -10,11 +10,12 @@ import re
 import shutil
 import signal
 import subprocess
+from pathlib import Path
 
 import pytest
 from support.ber import NO_SUCH_OBJECT
 from support.manager import Manager
-from support.master import Snmpd
+from support.master import SNMPD, Snmpd
 from support.mplsted import BUILD, HEAD_END, SOURCE, Mplsted
 from support.stand_in import await_true
 from support.state import merged
@@ -189,3 +190,22 @@ def test_it_ends_with_snmpd(host):
     process.send_signal(signal.SIGTERM)
     assert process.wait(20) == 0
     assert not re.search(r"(?i)lock|abort|corrupt|error", host.log().split("mplste: ready")[-1])
+
+
+def test_it_serves_from_a_snmpd_in_the_background(tmp_path):
+    """That one is another process than the one that has loaded mplste."""
+    host = Host(tmp_path)
+    pid_file = tmp_path / "pid"
+    subprocess.run([SNMPD, "-Lf", host.output, "-C", "-c", host.config, "-p", pid_file, host.address], check=True,
+                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                   env=host.environment)
+    await_true(lambda: pid_file.exists() and pid_file.read_text(encoding="utf-8").strip(), "the process id")
+    process = int(pid_file.read_text(encoding="utf-8"))
+    try:
+        host.await_ready()
+        reader = Manager(host.address)
+        assert [oid for oid, _ in walk(reader)] == [oid for oid, _ in EXPECTED]
+        reader.close()
+    finally:
+        os.kill(process, signal.SIGTERM)
+        await_true(lambda: not Path(f"/proc/{process}").exists(), "snmpd to end")

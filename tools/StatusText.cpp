@@ -66,14 +66,12 @@ std::string counters(Json const& counters) {
                       at(counters, "attached") == true ? "attached" : "not there");
 }
 
-// "name value, name value" of an object of any kind.
-std::string members(Json const& object) {
-   if (!object.is_object()) return text(object);
-   std::string texts;
-   for (auto const& [name, value] : object.items()) {
-      texts += fmt::format("{}{} {}", texts.empty() ? "" : ", ", escaped(name), text(value));
-   }
-   return texts;
+std::string agentx(Json const& master) {
+   if (master.is_null()) return "-";
+   auto const& state = at(master, "state");
+   auto const line = fmt::format("{}, {} since {}", text(at(master, "master")), text(state), text(at(master, "since")));
+   // While it is connected the last error is only why it once was not.
+   return state == "disconnected" ? fmt::format("{}: {}", line, text(at(master, "lastError"))) : line;
 }
 
 // A line for each member, the first with the title.
@@ -90,7 +88,7 @@ std::vector<std::string> statusLines(Json const& status) {
    TextTable table({{""}, {""}});
    table.add({{"mplsted"}, {process(status)}});
    table.add({{"SNMP"}, {addresses(at(status, "addresses"))}});
-   table.add({{"AgentX"}, {members(at(status, "agentx"))}});
+   table.add({{"AgentX"}, {agentx(at(status, "agentx"))}});
    table.add({{"state file"}, {file(at(state, "file"))}});
    table.add({{"publishers"}, {publishers(at(state, "publish"))}});
    table.add({{"last change"}, {text(at(state, "lastChange"))}});

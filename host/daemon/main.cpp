@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "host/daemon/Configuration.h"
+#include "host/daemon/Counters.h"
 #include "host/daemon/Log.h"
 #include "host/daemon/ModuleHost.h"
 #include "host/daemon/Notify.h"
@@ -26,7 +27,6 @@
 #include "host/daemon/TaskRunner.h"
 #include "host/feed/FileFeed.h"
 #include "host/store/StateStore.h"
-#include "inputs/tallies/ShmCounterTable.h"
 
 namespace {
 
@@ -42,14 +42,6 @@ void warnOfUnknownHandles(std::vector<Daemon::Options::Trace> const& traces, Dae
       log.warn(fmt::format("--trace {}: nothing traces under that name so far, but{}", trace.handle,
                            Daemon::tracedNames()));
    }
-}
-
-/// The counters that the forwarding plane writes; without a name for them all read as zero.
-Vel::Ptr<Tallies::CounterTable> counterTable(Daemon::Options const& options) {
-   constexpr char entity[] = "mplsTunnelCounterTable";
-   if (options.counters.empty()) return Vel::makePtr<Tallies::CounterTable>(entity);
-   return Vel::makePtr<Tallies::ShmCounterTable>(
-         entity, Tallies::ShmCounterTable::Options{.name = options.counters, .owner = options.countersOwner});
 }
 
 /// What of the options can be changed while the agent runs.
@@ -106,7 +98,8 @@ void check(Daemon::Options const& commandLine) {
 
    Daemon::ModuleHost const module(
          options.module.empty() ? Daemon::ownModule() : options.module, root,
-         {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counterTable(options)}, options.contexts);
+         {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), Daemon::counterTable(options)},
+         options.contexts);
    scheduler->runAll();
    std::puts("ok");
 }
@@ -134,7 +127,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
       agent.listen(options.listen);
    }
 
-   auto const counters = counterTable(options);
+   auto const counters = Daemon::counterTable(options);
    Daemon::ModuleHost const module(options.module.empty() ? Daemon::ownModule() : options.module, root,
                                    {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
                                    options.contexts);

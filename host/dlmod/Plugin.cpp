@@ -11,12 +11,12 @@
 #include <string>
 #include <utility>
 
+#include "host/daemon/Counters.h"
 #include "host/daemon/ModuleHost.h"
 #include "host/daemon/StateSource.h"
 #include "host/daemon/Status.h"
 #include "host/daemon/TaskRunner.h"
 #include "host/store/StateStore.h"
-#include "inputs/tallies/ShmCounterTable.h"
 
 namespace Dlmod {
 
@@ -31,13 +31,6 @@ std::filesystem::path moduleBeside() {
    return std::filesystem::path(info.dli_fname).parent_path() / "mplsTeStdMIB.so";
 }
 
-Vel::Ptr<Tallies::CounterTable> counterTable(Daemon::Options const& options) {
-   constexpr char entity[] = "mplsTunnelCounterTable";
-   if (options.counters.empty()) return Vel::makePtr<Tallies::CounterTable>(entity);
-   return Vel::makePtr<Tallies::ShmCounterTable>(
-         entity, Tallies::ShmCounterTable::Options{.name = options.counters, .owner = options.countersOwner});
-}
-
 }  // namespace
 
 /// The state, the module and what keeps them going.
@@ -47,7 +40,7 @@ class Plugin::Service {
          : log_(log),
            failed_([&log](std::string_view error) { log.error(error); }),
            store_(root_),
-           counters_(counterTable(options)),
+           counters_(Daemon::counterTable(options)),
            module_(options.module.empty() ? moduleBeside() : options.module, root_,
                    {store_.lerConfig(), store_.lerHiveStatus(), store_.kelpStatus(), counters_}, options.contexts),
            status_({.store = &store_,

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: MIT
 # ctest-labels: release-only
-"""What the module shows to the process that loads it: its five functions, and nothing that keeps it from unloading."""
+"""What libraries show to the process that loads them: their functions, and nothing that keeps them from unloading."""
 
 import os
+import re
 import subprocess
 from pathlib import Path
 
@@ -14,6 +15,8 @@ EXPORTS = {
     "unregister_mplsTeStdMIB(Vel::String)",
 }
 
+OWN = re.compile(r"\b(Vel|Orb|Flo|Trel|Lanu|Rsvp|Tallies|Tunnel|Snmp|SnmpUtil)::")
+
 
 def symbols(listing):
     """(type, name) of each line of nm's output; the address may be missing."""
@@ -24,8 +27,8 @@ def symbols(listing):
     return found
 
 
-def exported():
-    module = Path(os.environ["MPLSTE_BUILD_DIR"]) / "mplsTeStdMIB.so"
+def exported(library="mplsTeStdMIB.so"):
+    module = Path(os.environ["MPLSTE_BUILD_DIR"]) / library
     assert module.is_file(), f"{module} has not been built"
     command = ["nm", "--dynamic", "--defined-only", "--demangle", str(module)]
     return symbols(subprocess.run(command, check=True, capture_output=True, encoding="utf-8").stdout)
@@ -42,6 +45,16 @@ def test_the_interface_is_code():
 
 def test_no_unique_symbol_keeps_the_module_mapped():
     assert [name for kind, name in exported() if kind == "u"] == []
+
+
+def test_what_snmpd_loads_exports_what_snmpd_calls():
+    assert sorted(exported("mplsTe.so")) == [("T", "deinit_mplsTe"), ("T", "init_mplsTe")]
+
+
+def test_the_framework_exports_what_is_its_own():
+    """Another library that took a template of the standard library from it would keep it from unloading."""
+    found = exported("libmplste.so")
+    assert found and [name for kind, name in found if kind == "u" or not OWN.search(name)] == []
 
 
 def test_a_listing_is_read():

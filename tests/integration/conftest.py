@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""One mplsted for the tests of a file that only read from it."""
+"""One mplsted for the tests of a file that only read from it, and one for a test that starts its own."""
 
 import pytest
 from support.manager import Manager
@@ -27,3 +27,17 @@ def writer(head_end):
     manager = Manager(head_end.address, b"private")
     yield manager
     manager.close()
+
+
+@pytest.fixture
+def mplsted(tmp_path):
+    """A function that starts an mplsted; it must end well, be it in the test or behind it."""
+    started = []
+
+    def start(*arguments, **options):
+        started.append(Mplsted(tmp_path, *arguments, **options).start())
+        return started[-1]
+
+    yield start
+    for daemon in started:
+        daemon.stop()

@@ -106,7 +106,7 @@ def test_a_document_that_was_refused(doctor, tmp_path):
         code, output = doctor(publish=tmp_path / "refusing.sock")
     assert code == 2
     [what] = remedies(output)
-    assert what.startswith("1 documents were refused, the last at ") and "nonsense" in what
+    assert what.startswith("documents were refused (1), the last at ") and "nonsense" in what
 
 
 def test_a_snmpd_that_takes_no_subagents(doctor):

@@ -45,13 +45,8 @@ def validator(name):
 
 
 def walk(manager, root):
-    """{index below root: (type, value)}, read with GETBULK."""
-    found, oid = {}, root
-    while True:
-        for oid, value in manager.get_bulk(oid, max_repetitions=40).varbinds:
-            if not oid.startswith(root + ".") or value[1] is None:
-                return found
-            found[oid.removeprefix(root + ".")] = value
+    """{index below root: (type, value)}."""
+    return {oid.removeprefix(root + "."): value for oid, value in manager.walk(root).items()}
 
 
 def column(manager, oid):

@@ -22,20 +22,6 @@ SYSTEM_NAME = ".1.3.6.1.2.1.1.5.0"
 PUBLIC = ("-v2c", "-c", "public")
 
 
-@pytest.fixture
-def mplsted(tmp_path):
-    """A function that starts an mplsted; it must end well, be it in the test or behind it."""
-    started = []
-
-    def start(*arguments, **options):
-        started.append(Mplsted(tmp_path, *arguments, **options).start())
-        return started[-1]
-
-    yield start
-    for daemon in started:
-        daemon.stop()
-
-
 def name_at(daemon, address, access=PUBLIC):
     done = subprocess.run(["snmpget", *access, "-t", "10", "-r", "1", "-Onqv", address, NAME], env=daemon.environment,
                           capture_output=True, encoding="utf-8", timeout=60)

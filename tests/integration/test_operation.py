@@ -18,20 +18,6 @@ MOVED = f"{TABLES['tunnel']}.1.5.12.9.167772161.167772169"
 LISTEN = ["--listen", "udp:127.0.0.1:0"]
 
 
-@pytest.fixture
-def mplsted(tmp_path):
-    """A function that starts an mplsted; it must end well, be it in the test or behind it."""
-    started = []
-
-    def start(*arguments, **options):
-        started.append(Mplsted(tmp_path, *arguments, **options).start())
-        return started[-1]
-
-    yield start
-    for daemon in started:
-        daemon.stop()
-
-
 def configure(folder, text):
     """Writes an access configuration, and returns its path."""
     (folder / "access.conf").write_text(text, encoding="utf-8")

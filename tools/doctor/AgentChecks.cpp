@@ -52,7 +52,7 @@ Findings checkStatus(Json const& status) {
       Json const& last = refused.at("last");
       findings.push_back(
             {false,
-             fmt::format("{} documents were refused, the last at {} from {}: {}", refused.at("documents").dump(),
+             fmt::format("documents were refused ({}), the last at {} from {}: {}", refused.at("documents").dump(),
                          text(last.at("time")), text(last.at("from")), text(last.at("reason"))),
              {"correct it and publish it again; docs/state.md says what a document may hold"}});
    }

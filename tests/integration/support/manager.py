@@ -53,6 +53,15 @@ class Manager:
     def get_bulk(self, *oids, non_repeaters=0, max_repetitions=10):
         return self.request(GETBULK, [(oid, NULL) for oid in oids], second=non_repeaters, third=max_repetitions)
 
+    def walk(self, root):
+        """{OID: (type, value)} of all below root, in order, read with GETBULK."""
+        found, oid = {}, root
+        while True:
+            for oid, value in self.get_bulk(oid, max_repetitions=40).varbinds:
+                if not oid.startswith(root + ".") or value[1] is None:
+                    return found
+                found[oid] = value
+
     def set(self, *varbinds, **options):
         return self.request(SET, varbinds, **options)
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "host/daemon/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
 
 namespace Daemon {
 

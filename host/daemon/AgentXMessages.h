@@ -3,7 +3,23 @@
 /// subagent put right.
 #pragma once
 
-#include "host/daemon/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
+
+// What net-snmp's library has of AgentX, without declaring it.
+extern "C" {
+/// The messages of AgentX (RFC 2741): from octets, to octets, and how long the one that begins here is.
+int agentx_parse(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, size_t length);
+int agentx_realloc_build(netsnmp_session* session, netsnmp_pdu* pdu, u_char** buffer, size_t* bufferLength,
+                         size_t* length);
+int agentx_check_packet(u_char* data, size_t length);
+/// Hands a master's request to the agent of this process, through the session below, and its answer to the master.
+int handle_agentx_packet(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* magic);
+int handle_subagent_response(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* magic);
+extern netsnmp_session* agentx_callback_sess;
+/// The agent's own end of such sessions, and its number.
+extern netsnmp_session* callback_master_sess;
+extern int callback_master_num;
+}
 
 namespace Daemon {
 

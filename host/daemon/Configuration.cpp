@@ -13,7 +13,7 @@
 #include <system_error>
 #include <utility>
 
-#include "host/daemon/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
 
 namespace Daemon {
 

@@ -11,7 +11,7 @@
 #include <array>
 #include <utility>
 
-#include "host/daemon/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
 
 namespace Daemon {
 

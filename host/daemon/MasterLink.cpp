@@ -37,13 +37,14 @@ T* zeroed() {
 
 }  // namespace
 
-MasterLink::MasterLink(MasterAddress const& address, std::function<void(int error)> connected, ErrorHandler failed)
+MasterLink::MasterLink(MasterAddress const& address, std::function<void(int error)> connected,
+                       Loop::ErrorHandler failed)
       : socket_(::socket(address.address()->sa_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"),
         failed_(std::move(failed)) {
    if (connect(socket_, address.address(), address.length()) != 0 && errno != EINPROGRESS) {
       throw std::system_error(errno, std::generic_category(), "connect");
    }
-   writable_ = std::make_unique<Watch>(
+   writable_ = std::make_unique<Loop::Watch>(
          socket_,
          [this, connected = std::move(connected)] {
             writable_ = nullptr;
@@ -52,7 +53,7 @@ MasterLink::MasterLink(MasterAddress const& address, std::function<void(int erro
             getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &length);
             connected(error);
          },
-         failed_, Watch::For::writing);
+         failed_, Loop::Watch::For::writing);
 }
 
 MasterLink::~MasterLink() {
@@ -124,8 +125,8 @@ void MasterLink::writeKept() {
       auto const length = ::send(socket_, kept_.data(), kept_.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
       if (length < 0 && wouldBlock(errno)) {
          if (!writable_) {
-            writable_ = std::make_unique<Watch>(
-                  socket_, [this] { writeKept(); }, failed_, Watch::For::writing);
+            writable_ = std::make_unique<Loop::Watch>(
+                  socket_, [this] { writeKept(); }, failed_, Loop::Watch::For::writing);
          }
          return;
       }

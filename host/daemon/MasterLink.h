@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "host/daemon/MasterAddress.h"
-#include "host/daemon/NetSnmp.h"
-#include "host/daemon/Watch.h"
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
+#include "host/loop/NetSnmp.h"
+#include "host/loop/Watch.h"
 
 namespace Daemon {
 
@@ -23,7 +23,7 @@ class MasterLink {
 
    /// Begins to connect. Calls `connected` from the event loop with 0, or with an errno. Throws std::system_error when
    /// it cannot even begin. `failed` takes what goes wrong in our own code.
-   MasterLink(MasterAddress const& address, std::function<void(int error)> connected, ErrorHandler failed);
+   MasterLink(MasterAddress const& address, std::function<void(int error)> connected, Loop::ErrorHandler failed);
    /// Closes the connection. The session that uses it is then taken off by net-snmp's event loop.
    ~MasterLink();
    MasterLink(MasterLink const&) = delete;
@@ -48,9 +48,9 @@ class MasterLink {
    int write(std::string_view message);
    void writeKept();
 
-   Feed::Descriptor const socket_;
-   ErrorHandler const failed_;
-   std::unique_ptr<Watch> writable_;
+   Loop::Descriptor const socket_;
+   Loop::ErrorHandler const failed_;
+   std::unique_ptr<Loop::Watch> writable_;
    std::string kept_;
    std::string end_ = "it has closed the connection";
    netsnmp_transport* transport_ = nullptr;

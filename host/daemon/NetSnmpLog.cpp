@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "host/daemon/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
 
 namespace Daemon {
 

@@ -58,7 +58,7 @@ void makeRoomFor(std::size_t connections) {
 }  // namespace
 
 Publishing::Publishing(PublishOptions const& options, Store::ChangeQueue& queue, Store::StateStore const& store,
-                       Status& status, Log& log, ErrorHandler failed)
+                       Status& status, Log& log, Loop::ErrorHandler failed)
       : status_(status),
         server_(serverOptions(options), queue, store, handlersOf(status, log)),
         watch_(

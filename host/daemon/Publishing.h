@@ -4,7 +4,7 @@
 #include "host/daemon/Log.h"
 #include "host/daemon/PublishOptions.h"
 #include "host/daemon/Status.h"
-#include "host/daemon/Watch.h"
+#include "host/loop/Watch.h"
 #include "host/publish/Server.h"
 
 namespace Daemon {
@@ -15,7 +15,7 @@ class Publishing {
  public:
    /// All of these outlive it. Throws Publish::SocketError.
    Publishing(PublishOptions const& options, Store::ChangeQueue& queue, Store::StateStore const& store, Status& status,
-              Log& log, ErrorHandler failed);
+              Log& log, Loop::ErrorHandler failed);
    ~Publishing();
    Publishing(Publishing const&) = delete;
    Publishing& operator=(Publishing const&) = delete;
@@ -26,7 +26,7 @@ class Publishing {
  private:
    Status& status_;
    Publish::Server server_;
-   Watch const watch_;
+   Loop::Watch const watch_;
 };
 
 }  // namespace Daemon

@@ -9,8 +9,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "host/daemon/NetSnmp.h"
 #include "host/daemon/SnmpAgent.h"
+#include "host/loop/NetSnmp.h"
 
 namespace Daemon {
 

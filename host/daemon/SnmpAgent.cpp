@@ -12,9 +12,9 @@
 #include <sstream>
 #include <system_error>
 
-#include "host/daemon/NetSnmp.h"
 #include "host/daemon/Subagent.h"
 #include "host/daemon/Trial.h"
+#include "host/loop/NetSnmp.h"
 
 namespace Daemon {
 

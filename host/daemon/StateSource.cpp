@@ -12,7 +12,7 @@ using Clock = Status::SystemClock;
 }  // namespace
 
 StateSource::File::File(Store::ChangeQueue& queue, std::string const& path, Feed::FileFeed::Events events,
-                        ErrorHandler const& failed)
+                        Loop::ErrorHandler const& failed)
       : feed(queue, path, std::move(events)),
         watch(
               feed.descriptor(), [this] { feed.handleReadable(); }, failed) {
@@ -20,7 +20,7 @@ StateSource::File::File(Store::ChangeQueue& queue, std::string const& path, Feed
 }
 
 StateSource::StateSource(Options const& options, Store::StateStore& store, Status& status, Log& log,
-                         ErrorHandler const& failed)
+                         Loop::ErrorHandler const& failed)
       : queue_(store) {
    std::string const file = options.state;
    for (std::string const& name : {file, options.publish.path}) {

@@ -9,8 +9,8 @@
 #include "host/daemon/Options.h"
 #include "host/daemon/Publishing.h"
 #include "host/daemon/Status.h"
-#include "host/daemon/Watch.h"
 #include "host/feed/FileFeed.h"
+#include "host/loop/Watch.h"
 #include "host/store/ChangeQueue.h"
 
 namespace Daemon {
@@ -21,7 +21,8 @@ class StateSource {
  public:
    /// Begins to load the file. What is wrong with it at first is told to `failed`, later on it is only logged. All but
    /// `options` outlive this. Throws Publish::SocketError, std::system_error.
-   StateSource(Options const& options, Store::StateStore& store, Status& status, Log& log, ErrorHandler const& failed);
+   StateSource(Options const& options, Store::StateStore& store, Status& status, Log& log,
+               Loop::ErrorHandler const& failed);
    StateSource(StateSource const&) = delete;
    StateSource& operator=(StateSource const&) = delete;
 
@@ -35,9 +36,9 @@ class StateSource {
  private:
    struct File {
       File(Store::ChangeQueue& queue, std::string const& path, Feed::FileFeed::Events events,
-           ErrorHandler const& failed);
+           Loop::ErrorHandler const& failed);
       Feed::FileFeed feed;
-      Watch const watch;
+      Loop::Watch const watch;
    };
 
    void begin();

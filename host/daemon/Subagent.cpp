@@ -2,6 +2,8 @@
 #include "host/daemon/Subagent.h"
 
 #include <fmt/format.h>
+#include <net-snmp/agent/agent_callbacks.h>
+#include <net-snmp/library/large_fd_set.h>
 #include <poll.h>
 
 #include <algorithm>
@@ -79,7 +81,7 @@ void Subagent::registerConfiguration() {
                               "agentXPingInterval", NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL);
 }
 
-Subagent::Subagent(std::string_view master, Log& log, ErrorHandler failed)
+Subagent::Subagent(std::string_view master, Log& log, Loop::ErrorHandler failed)
       : log_(log),
         failed_(std::move(failed)),
         address_(masterOf(master)),

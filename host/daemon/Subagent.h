@@ -13,9 +13,9 @@
 #include "host/daemon/MasterAddress.h"
 #include "host/daemon/MasterLink.h"
 #include "host/daemon/MasterStatus.h"
-#include "host/daemon/NetSnmp.h"
-#include "host/daemon/Timer.h"
-#include "host/daemon/Watch.h"
+#include "host/loop/NetSnmp.h"
+#include "host/loop/Timer.h"
+#include "host/loop/Watch.h"
 
 namespace Daemon {
 
@@ -35,7 +35,7 @@ class Subagent {
 
    /// `master`: its address, or empty: agentXSocket of the configuration, or kDefaultMaster. To be made when the agent
    /// has been made, and before what is to be served is registered. Exists once. Throws AddressError.
-   Subagent(std::string_view master, Log& log, ErrorHandler failed);
+   Subagent(std::string_view master, Log& log, Loop::ErrorHandler failed);
    /// Closes the session and waits for the master to have taken note, for a second at most.
    ~Subagent();
    Subagent(Subagent const&) = delete;
@@ -82,11 +82,11 @@ class Subagent {
    static inline Subagent* instance_ = nullptr;
 
    Log& log_;
-   ErrorHandler const failed_;
+   Loop::ErrorHandler const failed_;
    MasterAddress const address_;
    MasterStatus status_;
    std::chrono::seconds const interval_;
-   Timer timer_;
+   Loop::Timer timer_;
    std::vector<Registration> registrations_;
 
    Phase phase_ = Phase::waiting;

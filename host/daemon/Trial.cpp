@@ -12,7 +12,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
 
 namespace Daemon {
 
@@ -53,10 +53,10 @@ std::string readAll(int descriptor) {
 std::optional<std::string> trial(std::function<void()> const& work) {
    std::array<int, 2> ends;
    if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
-   Feed::Descriptor const reader(ends[0], "pipe");
+   Loop::Descriptor const reader(ends[0], "pipe");
    pid_t child = 0;
    {
-      Feed::Descriptor const writer(ends[1], "pipe");
+      Loop::Descriptor const writer(ends[1], "pipe");
       child = fork();
       if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
       if (child == 0) runAndEnd(work, writer);

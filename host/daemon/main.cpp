@@ -18,14 +18,14 @@
 #include "host/daemon/Options.h"
 #include "host/daemon/Ready.h"
 #include "host/daemon/Settings.h"
-#include "host/daemon/Signals.h"
 #include "host/daemon/SnmpAgent.h"
 #include "host/daemon/StandardStreams.h"
 #include "host/daemon/StateSource.h"
 #include "host/daemon/Status.h"
 #include "host/daemon/Subagent.h"
-#include "host/daemon/TaskRunner.h"
 #include "host/feed/FileFeed.h"
+#include "host/loop/Signals.h"
+#include "host/loop/TaskRunner.h"
 #include "host/store/StateStore.h"
 
 namespace {
@@ -109,7 +109,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    Daemon::Log log;
    Daemon::Notify const notify;
    applyTo(log, commandLine);
-   Daemon::blockSignals();
+   Loop::blockSignals();
 
    auto const root = Vel::makePtr<Vel::EntityDir>("");
    Store::StateStore store(root);
@@ -161,11 +161,11 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
       state.reload();
       notify.ready("answering");
    };
-   Daemon::Signals const signals(end, reload, failed);
+   Loop::Signals const signals(end, reload, failed);
 
    std::chrono::milliseconds firstAnswer{};
    bool saidReady = false;
-   Daemon::TaskRunner const tasks(
+   Loop::TaskRunner const tasks(
          [&] {
             if (!state.loaded() || std::exchange(saidReady, true)) return;
             auto const ready = toText(

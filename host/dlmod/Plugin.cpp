@@ -15,7 +15,7 @@
 #include "host/daemon/ModuleHost.h"
 #include "host/daemon/StateSource.h"
 #include "host/daemon/Status.h"
-#include "host/daemon/TaskRunner.h"
+#include "host/loop/TaskRunner.h"
 #include "host/store/StateStore.h"
 
 namespace Dlmod {
@@ -59,7 +59,7 @@ class Plugin::Service {
    }
 
    Daemon::Log& log_;
-   Daemon::ErrorHandler const failed_;
+   Loop::ErrorHandler const failed_;
    Vel::Ptr<Vel::EntityDir> const root_ = Vel::makePtr<Vel::EntityDir>("");
    Store::StateStore store_;
    Vel::Ptr<Tallies::CounterTable> const counters_;
@@ -67,13 +67,13 @@ class Plugin::Service {
    Daemon::Status status_;
    bool saidReady_ = false;
    Daemon::StateSource state_;
-   Daemon::TaskRunner const tasks_;
+   Loop::TaskRunner const tasks_;
 };
 
 Plugin::Plugin()
       : settings_("snmpd", Daemon::Setting::Host::any),
         firstTurn_(eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"),
-        firstTurnWatch_(std::make_unique<Daemon::Watch>(
+        firstTurnWatch_(std::make_unique<Loop::Watch>(
               firstTurn_, [this] { begin(); }, [this](std::string_view error) { log_.error(error); })) {
    log_.outputIs(Daemon::LogOutput::netSnmp, Daemon::LogLevel::debug);
 }

@@ -5,8 +5,8 @@
 
 #include "host/daemon/Log.h"
 #include "host/daemon/Settings.h"
-#include "host/daemon/Watch.h"
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
+#include "host/loop/Watch.h"
 
 namespace Dlmod {
 
@@ -29,8 +29,8 @@ class Plugin {
 
    Daemon::Log log_;
    Daemon::FileSettings settings_;
-   Feed::Descriptor firstTurn_;
-   std::unique_ptr<Daemon::Watch> firstTurnWatch_;
+   Loop::Descriptor firstTurn_;
+   std::unique_ptr<Loop::Watch> firstTurnWatch_;
    std::unique_ptr<Service> service_;
 };
 

@@ -4,8 +4,8 @@
 #include <exception>
 #include <memory>
 
-#include "host/daemon/NetSnmp.h"
 #include "host/dlmod/Plugin.h"
+#include "host/loop/NetSnmp.h"
 
 namespace {
 

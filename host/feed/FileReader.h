@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
 
 namespace Feed {
 
@@ -28,7 +28,7 @@ class FileReader {
  private:
    [[noreturn]] void refuseSize() const;
 
-   Descriptor const descriptor_;
+   Loop::Descriptor const descriptor_;
    std::uintmax_t const largest_;
    std::string content_;
    std::size_t hash_ = 0;

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
 
 namespace Feed {
 
@@ -55,7 +55,7 @@ class PathWatch {
    Change changeOf(int watch, unsigned mask, std::string_view name) const;
 
    std::filesystem::path const path_;
-   Descriptor const inotify_;
+   Loop::Descriptor const inotify_;
    std::map<int, std::vector<Step>> watches_;
    std::string problem_;
 };

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
 #include "host/publish/Access.h"
 #include "host/publish/Limits.h"
 #include "host/publish/LineBuffer.h"
@@ -87,7 +87,7 @@ class Connection {
    bool send(std::string_view text, std::size_t& sent);
 
    std::uint64_t const id_;
-   Feed::Descriptor const descriptor_;
+   Loop::Descriptor const descriptor_;
    Peer const peer_;
    ConnectionHolder& holder_;
    Limits const& limits_;

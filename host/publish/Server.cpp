@@ -123,7 +123,7 @@ bool Server::acceptOne() {
 }
 
 void Server::refuse(int descriptor, std::string const& logged, std::string_view answer) {
-   Feed::Descriptor const closed(descriptor, "accept");
+   Loop::Descriptor const closed(descriptor, "accept");
    ++status_.refused;
    handlers_.complain(logged);
    auto const line = errorAnswer(answer);

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
 #include "host/publish/Access.h"
 #include "host/publish/Connection.h"
 #include "host/publish/Limits.h"
@@ -98,8 +98,8 @@ class Server : private ConnectionHolder {
    Handlers const handlers_;
    Store::ChangeQueue& queue_;
    SocketFile file_;
-   Feed::Descriptor const epoll_;
-   Feed::Descriptor const timer_;
+   Loop::Descriptor const epoll_;
+   Loop::Descriptor const timer_;
    bool ticking_ = false;
    bool opened_ = false;
    bool paused_ = false;  // accepts nothing, for want of descriptors

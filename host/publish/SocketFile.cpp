@@ -21,7 +21,7 @@ namespace Publish {
 
 namespace {
 
-using Feed::Descriptor;
+using Loop::Descriptor;
 
 // Of connections that are made and not yet accepted.
 constexpr int kBacklog = 1024;

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
 
 namespace Publish {
 
@@ -49,8 +49,8 @@ class SocketFile {
    [[noreturn]] void giveUp(std::string_view what, int error) const;
 
    Options const options_;
-   std::optional<Feed::Descriptor> socket_;
-   std::optional<Feed::Descriptor> file_;  // its inode cannot become another's meanwhile
+   std::optional<Loop::Descriptor> socket_;
+   std::optional<Loop::Descriptor> file_;  // its inode cannot become another's meanwhile
 };
 
 }  // namespace Publish

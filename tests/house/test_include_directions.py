@@ -20,14 +20,15 @@ MAY_INCLUDE = {
     "agent": ["substrate", "inputs", "host/snmp", "mib", "hoptable", "derivation", "snmp"],
     # The host and the tools: no header of the module.
     "host/snmp": ["substrate", "inputs"],
+    "host/loop": ["substrate"],
     "host/store": ["substrate", "inputs", "host/snmp"],
-    "host/feed": ["substrate", "inputs", "host/snmp", "host/store"],
-    "host/publish": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],
+    "host/feed": ["substrate", "inputs", "host/snmp", "host/loop", "host/store"],
+    "host/publish": ["substrate", "inputs", "host/snmp", "host/loop", "host/store", "host/feed"],
     "host/daemon": ["substrate", "inputs", "host"],
     "host/dlmod": ["substrate", "inputs", "host"],
     "tools": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],
     # As outsiders write them, against what is installed.
-    "examples": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],
+    "examples": ["substrate", "inputs", "host/snmp", "host/loop", "host/store", "host/feed"],
     # Whole-product tests and benchmarks look at everything.
     "tests": [""],
     "bench": [""],
@@ -102,6 +103,7 @@ def scratch(tmp_path):
     ("agent/A.cpp", '#include "host/daemon/Thing.h"', "the module uses host/snmp and nothing else of the host"),
     ("host/snmp/A.h", '#include "mib/Thing.h"', "the SNMP framework serves any module"),
     ("host/daemon/A.cpp", '#include "agent/Thing.h"', "the daemon loads the module with dlopen"),
+    ("host/loop/A.cpp", '#include "host/store/Thing.h"', "the loop serves whatever runs in it"),
     ("host/publish/A.cpp", '#include "host/daemon/Thing.h"', "publishing serves any host"),
     ("host/feed/A.cpp", '#include "mib/Thing.h"', "a feed writes to the store, not to the MIB"),
     ("tools/A.cpp", '#include "snmp/Thing.h"', "the command line is a client"),

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "host/daemon/Configuration.h"
-#include "host/daemon/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
 #include "host/snmp/SnmpUtil.h"
 #include "host/store/StateStore.h"
 #include "substrate/orb/TaskScheduler.h"

@@ -6,8 +6,8 @@
 #include <fstream>
 
 #include "host/daemon/Configuration.h"
-#include "host/daemon/NetSnmp.h"
 #include "host/daemon/SnmpAgent.h"
+#include "host/loop/NetSnmp.h"
 
 namespace {
 

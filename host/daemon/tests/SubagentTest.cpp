@@ -145,7 +145,7 @@ class SubagentTest : public testing::Test {
 
    void accept() {
       await(listener_);
-      stream_ = std::make_unique<Feed::Descriptor>(::accept(listener_, nullptr, nullptr), "accept");
+      stream_ = std::make_unique<Loop::Descriptor>(::accept(listener_, nullptr, nullptr), "accept");
    }
 
    Octets octets(std::size_t size) {
@@ -216,8 +216,8 @@ class SubagentTest : public testing::Test {
    static inline std::vector<std::vector<oid>> asked_;
 
    Daemon::PrivateDirectory directory_;
-   Feed::Descriptor listener_;
-   std::unique_ptr<Feed::Descriptor> stream_;
+   Loop::Descriptor listener_;
+   std::unique_ptr<Loop::Descriptor> stream_;
    Daemon::Log log_;
    std::vector<std::string> errors_;
    std::unique_ptr<Daemon::Subagent> subagent_;

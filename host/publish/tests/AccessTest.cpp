@@ -5,7 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
 
 namespace Publish {
 namespace {
@@ -63,8 +63,8 @@ TEST(Access, AWrongEntryIsRefusedWithTheReason) {
 TEST(Access, TheKernelTellsWhoThePeerIs) {
    int ends[2];
    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-   Feed::Descriptor const one(ends[0], "socketpair");
-   Feed::Descriptor const other(ends[1], "socketpair");
+   Loop::Descriptor const one(ends[0], "socketpair");
+   Loop::Descriptor const other(ends[1], "socketpair");
    Peer const self = Peer::of(one);
    EXPECT_EQ(self.process, getpid());
    EXPECT_EQ(self.user, geteuid());

@@ -74,7 +74,7 @@ class Client {
    bool ended = false;
 
  private:
-   Feed::Descriptor const socket_;
+   Loop::Descriptor const socket_;
 };
 
 class ServerTest : public ::testing::Test {

@@ -41,7 +41,7 @@ class SocketFileTest : public ::testing::Test {
 
    /// A socket whose process has ended.
    void leaveBehind() const {
-      Feed::Descriptor const socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
+      Loop::Descriptor const socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
       sockaddr_un address{};
       address.sun_family = AF_UNIX;
       std::strcpy(address.sun_path, path.c_str());
@@ -101,7 +101,7 @@ TEST_F(SocketFileTest, WhatIsNoSocketIsLeftAlone) {
 }
 
 TEST_F(SocketFileTest, ASocketOfAnotherKindIsLeftAlone) {
-   Feed::Descriptor const socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket");
+   Loop::Descriptor const socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket");
    sockaddr_un address{};
    address.sun_family = AF_UNIX;
    std::strcpy(address.sun_path, path.c_str());
@@ -121,7 +121,7 @@ TEST_F(SocketFileTest, AtTheEndOnlyItsOwnSocketIsRemoved) {
 
 TEST_F(SocketFileTest, WhoStartsAtTheSameTimeWaitsForItsTurn) {
    leaveBehind();
-   Feed::Descriptor const directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open");
+   Loop::Descriptor const directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open");
    ASSERT_EQ(flock(directory, LOCK_EX), 0);
    pid_t const child = fork();
    if (child == 0) {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/Watch.h"
+#include "host/loop/Watch.h"
 
 #include <fmt/format.h>
 
 #include <stdexcept>
 
-#include "host/daemon/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
 
-namespace Daemon {
+namespace Loop {
 
 Watch::Watch(int descriptor, std::function<void()> ready, ErrorHandler failed, For purpose)
       : descriptor_(descriptor),
@@ -30,4 +30,4 @@ void Watch::call(int /*descriptor*/, void* callbacks) noexcept {
    }
 }
 
-}  // namespace Daemon
+}  // namespace Loop

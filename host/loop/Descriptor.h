@@ -7,7 +7,7 @@
 #include <system_error>
 #include <utility>
 
-namespace Feed {
+namespace Loop {
 
 /// Owns a file descriptor.
 class Descriptor {
@@ -26,4 +26,4 @@ class Descriptor {
    int descriptor_;
 };
 
-}  // namespace Feed
+}  // namespace Loop

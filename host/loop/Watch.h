@@ -5,7 +5,7 @@
 #include <memory>
 #include <string_view>
 
-namespace Daemon {
+namespace Loop {
 
 /// Takes the text of an error that must not pass through net-snmp, which is C.
 using ErrorHandler = std::function<void(std::string_view)>;
@@ -34,4 +34,4 @@ class Watch {
    std::shared_ptr<Callbacks> callbacks_;
 };
 
-}  // namespace Daemon
+}  // namespace Loop

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/Timer.h"
+#include "host/loop/Timer.h"
 
 #include <sys/timerfd.h>
 
 #include <algorithm>
 #include <cstdint>
 
-namespace Daemon {
+namespace Loop {
 
 namespace {
 
@@ -38,4 +38,4 @@ void Timer::set(std::chrono::nanoseconds first, std::chrono::nanoseconds interva
    timerfd_settime(descriptor_, 0, &times, nullptr);
 }
 
-}  // namespace Daemon
+}  // namespace Loop

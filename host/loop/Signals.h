@@ -3,10 +3,10 @@
 
 #include <functional>
 
-#include "host/daemon/Watch.h"
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
+#include "host/loop/Watch.h"
 
-namespace Daemon {
+namespace Loop {
 
 /// Holds back the signals that ask the process to end (SIGTERM, SIGINT) or to read its files again (SIGHUP), and lets
 /// writing to a closed pipe or connection fail instead of ending the process. To be called before anything that such a
@@ -19,8 +19,8 @@ class Signals {
    Signals(std::function<void()> end, std::function<void()> reload, ErrorHandler failed);
 
  private:
-   Feed::Descriptor descriptor_;
+   Descriptor descriptor_;
    Watch watch_;
 };
 
-}  // namespace Daemon
+}  // namespace Loop

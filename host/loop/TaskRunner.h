@@ -3,11 +3,11 @@
 
 #include <functional>
 
-#include "host/daemon/Watch.h"
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
+#include "host/loop/Watch.h"
 #include "substrate/orb/TaskScheduler.h"
 
-namespace Daemon {
+namespace Loop {
 
 /// Runs the tasks of this thread's scheduler in net-snmp's event loop: a short slice at a time between the requests
 /// while there is work, and nothing at all while there is none.
@@ -24,8 +24,8 @@ class TaskRunner {
 
    Vel::Ptr<Orb::TaskScheduler> scheduler_;
    std::function<void()> idle_;
-   Feed::Descriptor wakeUp_;  // readable for as long as there is work
+   Descriptor wakeUp_;  // readable for as long as there is work
    Watch watch_;
 };
 
-}  // namespace Daemon
+}  // namespace Loop

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/TaskRunner.h"
+#include "host/loop/TaskRunner.h"
 
 #include <sys/eventfd.h>
 
-namespace Daemon {
+namespace Loop {
 
 namespace {
 
@@ -31,4 +31,4 @@ void TaskRunner::run() {
    idle_();
 }
 
-}  // namespace Daemon
+}  // namespace Loop

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/Signals.h"
+#include "host/loop/Signals.h"
 
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <csignal>
 
-namespace Daemon {
+namespace Loop {
 
 namespace {
 
@@ -41,4 +41,4 @@ Signals::Signals(std::function<void()> end, std::function<void()> reload, ErrorH
               },
               std::move(failed)) {}
 
-}  // namespace Daemon
+}  // namespace Loop

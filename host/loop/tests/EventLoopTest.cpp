@@ -7,11 +7,11 @@
 #include <memory>
 #include <stdexcept>
 
-#include "host/daemon/NetSnmp.h"
-#include "host/daemon/TaskRunner.h"
-#include "host/daemon/Timer.h"
-#include "host/daemon/Watch.h"
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
+#include "host/loop/NetSnmp.h"
+#include "host/loop/TaskRunner.h"
+#include "host/loop/Timer.h"
+#include "host/loop/Watch.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ class EventLoopTest : public testing::Test {
    /// One turn of the loop, which does not wait.
    static void turn() { agent_check_and_process(0); }
 
-   Daemon::ErrorHandler failed() {
+   Loop::ErrorHandler failed() {
       return [this](std::string_view error) { errors_.emplace_back(error); };
    }
    std::vector<std::string> errors_;
@@ -37,12 +37,12 @@ class WatchTest : public EventLoopTest {
       eventfd_read(event_, &ignored);
    }
 
-   Feed::Descriptor const event_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"};
+   Loop::Descriptor const event_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"};
    int calls_ = 0;
 };
 
 TEST_F(WatchTest, aDescriptorIsHeardWhenThereIsSomethingToRead) {
-   Daemon::Watch const watch(
+   Loop::Watch const watch(
          event_, [this] { ++calls_; }, failed());
    turn();
    EXPECT_EQ(calls_, 0);
@@ -57,8 +57,8 @@ TEST_F(WatchTest, aDescriptorIsHeardWhenThereIsSomethingToRead) {
 
 TEST_F(WatchTest, aDescriptorIsHeardWhenThereIsRoomToWrite) {
    eventfd_write(event_, 0xfffffffffffffffeU);  // as much as it holds
-   Daemon::Watch const watch(
-         event_, [this] { ++calls_; }, failed(), Daemon::Watch::For::writing);
+   Loop::Watch const watch(
+         event_, [this] { ++calls_; }, failed(), Loop::Watch::For::writing);
    turn();
    EXPECT_EQ(calls_, 0);
    unreadableIs();
@@ -68,7 +68,7 @@ TEST_F(WatchTest, aDescriptorIsHeardWhenThereIsRoomToWrite) {
 
 TEST_F(WatchTest, afterItsTimeNothingIsHeard) {
    {
-      Daemon::Watch const watch(
+      Loop::Watch const watch(
             event_, [this] { ++calls_; }, failed());
    }
    readableIs();
@@ -77,7 +77,7 @@ TEST_F(WatchTest, afterItsTimeNothingIsHeard) {
 }
 
 TEST_F(WatchTest, anErrorStopsAtTheDoorToNetSnmp) {
-   Daemon::Watch const watch(
+   Loop::Watch const watch(
          event_, [] { throw std::runtime_error("the publisher has gone"); }, failed());
    readableIs();
    turn();
@@ -85,8 +85,8 @@ TEST_F(WatchTest, anErrorStopsAtTheDoorToNetSnmp) {
 }
 
 TEST_F(WatchTest, aWatchMayEndInItsOwnCall) {
-   std::unique_ptr<Daemon::Watch> watch;
-   watch = std::make_unique<Daemon::Watch>(
+   std::unique_ptr<Loop::Watch> watch;
+   watch = std::make_unique<Loop::Watch>(
          event_,
          [this, &watch, held = std::make_shared<int>(1)] {
             watch.reset();
@@ -100,9 +100,9 @@ TEST_F(WatchTest, aWatchMayEndInItsOwnCall) {
 }
 
 TEST_F(WatchTest, moreDescriptorsThanNetSnmpTakesAreRefused) {
-   std::vector<std::unique_ptr<Daemon::Watch>> watches;
+   std::vector<std::unique_ptr<Loop::Watch>> watches;
    auto const add = [&] {
-      watches.push_back(std::make_unique<Daemon::Watch>(
+      watches.push_back(std::make_unique<Loop::Watch>(
             event_, [] {}, failed()));
    };
    EXPECT_THROW(
@@ -120,7 +120,7 @@ class TimerTest : public EventLoopTest {
       EXPECT_GE(calls_, calls);
    }
    int calls_ = 0;
-   Daemon::Timer timer_{[this] { ++calls_; }, failed()};
+   Loop::Timer timer_{[this] { ++calls_; }, failed()};
 };
 
 TEST_F(TimerTest, itIsHeardOnceOrAgainAndAgain) {
@@ -136,8 +136,8 @@ TEST_F(TimerTest, itIsHeardOnceOrAgainAndAgain) {
 }
 
 TEST_F(TimerTest, itIsHeardBetweenTheTurnsOfAnotherThatNeverRests) {
-   Feed::Descriptor const busy(eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
-   Daemon::Watch const watch(
+   Loop::Descriptor const busy(eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
+   Loop::Watch const watch(
          busy, [] {}, failed());
    timer_.start(std::chrono::milliseconds(1));
    awaitCalls(1);
@@ -154,7 +154,7 @@ class TaskRunnerTest : public EventLoopTest {
 };
 
 TEST_F(TaskRunnerTest, withoutTasksItIsIdleOnceAndThenSilent) {
-   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   Loop::TaskRunner const runner([this] { ++idle_; }, failed());
    for (int i = 0; i < 5; ++i) turn();
    EXPECT_EQ(idle_, 1);
 }
@@ -168,7 +168,7 @@ TEST_F(TaskRunnerTest, aTaskThatNeedsManySlicesComesToItsEndTurnByTurn) {
       if (slices < 3) self.scheduleTask();
    });
    longTask->scheduleTask();
-   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   Loop::TaskRunner const runner([this] { ++idle_; }, failed());
    turn();
    EXPECT_EQ(slices, 1) << "requests are looked at before it goes on";
    EXPECT_EQ(idle_, 0);
@@ -179,7 +179,7 @@ TEST_F(TaskRunnerTest, aTaskThatNeedsManySlicesComesToItsEndTurnByTurn) {
 }
 
 TEST_F(TaskRunnerTest, aTaskOfLaterWakesItUp) {
-   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   Loop::TaskRunner const runner([this] { ++idle_; }, failed());
    turn();
    bool ran = false;
    auto const late = task([&ran](Orb::Task&) { ran = true; });
@@ -192,7 +192,7 @@ TEST_F(TaskRunnerTest, aTaskOfLaterWakesItUp) {
 }
 
 TEST_F(TaskRunnerTest, aTaskThatWasWithdrawnIsNoMatter) {
-   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   Loop::TaskRunner const runner([this] { ++idle_; }, failed());
    turn();
    auto const late = task([](Orb::Task&) { FAIL() << "withdrawn"; });
    late->scheduleTask();
@@ -206,12 +206,12 @@ TEST_F(TaskRunnerTest, whoeverFollowsItRunsWhatItLeft) {
    bool ran = false;
    auto const late = task([&ran](Orb::Task&) { ran = true; });
    {
-      Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+      Loop::TaskRunner const runner([this] { ++idle_; }, failed());
    }
    late->scheduleTask();
    turn();
    EXPECT_FALSE(ran);
-   Daemon::TaskRunner const runner([this] { ++idle_; }, failed());
+   Loop::TaskRunner const runner([this] { ++idle_; }, failed());
    turn();
    EXPECT_TRUE(ran);
    EXPECT_THAT(errors_, IsEmpty());

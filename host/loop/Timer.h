@@ -4,10 +4,10 @@
 #include <chrono>
 #include <functional>
 
-#include "host/daemon/Watch.h"
-#include "host/feed/Descriptor.h"
+#include "host/loop/Descriptor.h"
+#include "host/loop/Watch.h"
 
-namespace Daemon {
+namespace Loop {
 
 /// A timer in net-snmp's event loop, also when the loop has descriptors to serve without a pause. Not running at first.
 class Timer {
@@ -22,8 +22,8 @@ class Timer {
  private:
    void set(std::chrono::nanoseconds first, std::chrono::nanoseconds interval);
 
-   Feed::Descriptor descriptor_;
+   Descriptor descriptor_;
    Watch watch_;
 };
 
-}  // namespace Daemon
+}  // namespace Loop

@@ -16,7 +16,7 @@ void blockSignals();
 /// Hands the signals that are held back to the event loop.
 class Signals {
  public:
-   Signals(std::function<void()> end, std::function<void()> reload, ErrorHandler failed);
+   Signals(std::function<void()> end, std::function<void()> reload, ErrorHandler failed = logError);
 
  private:
    Descriptor descriptor_;

@@ -3,6 +3,8 @@
 
 #include <sys/eventfd.h>
 
+#include "host/loop/NetSnmp.h"
+
 namespace Loop {
 
 namespace {
@@ -22,6 +24,10 @@ TaskRunner::TaskRunner(std::function<void()> idle, ErrorHandler failed)
 }
 
 TaskRunner::~TaskRunner() { scheduler_->wakeIs(nullptr); }
+
+void TaskRunner::settle() const {
+   while (scheduler_->hasWork()) agent_check_and_process(1);
+}
 
 void TaskRunner::run() {
    scheduler_->runSlice(kSlice);

@@ -14,10 +14,14 @@ namespace Loop {
 class TaskRunner {
  public:
    /// `idle` is called whenever no task is left, for the first time also when there was none from the start.
-   TaskRunner(std::function<void()> idle, ErrorHandler failed);
+   explicit TaskRunner(
+         std::function<void()> idle = [] {}, ErrorHandler failed = logError);
    ~TaskRunner();
    TaskRunner(TaskRunner const&) = delete;
    TaskRunner& operator=(TaskRunner const&) = delete;
+
+   /// Stays in the loop, and answers requests, until no task is left. Not to be called from within the loop.
+   void settle() const;
 
  private:
    void run();

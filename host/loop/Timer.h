@@ -12,7 +12,7 @@ namespace Loop {
 /// A timer in net-snmp's event loop, also when the loop has descriptors to serve without a pause. Not running at first.
 class Timer {
  public:
-   Timer(std::function<void()> elapsed, ErrorHandler failed);
+   explicit Timer(std::function<void()> elapsed, ErrorHandler failed = logError);
 
    /// Calls `elapsed` once, after `first`.
    void start(std::chrono::nanoseconds first);

@@ -9,6 +9,8 @@
 
 namespace Loop {
 
+void logError(std::string_view error) { snmp_log(LOG_ERR, "%.*s\n", static_cast<int>(error.size()), error.data()); }
+
 Watch::Watch(int descriptor, std::function<void()> ready, ErrorHandler failed, For purpose)
       : descriptor_(descriptor),
         purpose_(purpose),

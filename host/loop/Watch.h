@@ -7,8 +7,11 @@
 
 namespace Loop {
 
-/// Takes the text of an error that must not pass through net-snmp, which is C.
+/// Takes the text of an error that must not pass through net-snmp, which is C. Does not throw.
 using ErrorHandler = std::function<void(std::string_view)>;
+
+/// Writes the error to net-snmp's log, which goes to the standard error stream unless the host says otherwise.
+void logError(std::string_view error);
 
 /// A descriptor of ours in net-snmp's event loop, be it our own agent's or that of a stock snmpd. Does not own the
 /// descriptor. `ready` is called whenever there is something to read, or room to write, and may destroy the watch.
@@ -17,7 +20,7 @@ class Watch {
    enum class For { reading, writing };
 
    /// Throws std::runtime_error when net-snmp has no place left: it holds 32 descriptors for either purpose.
-   Watch(int descriptor, std::function<void()> ready, ErrorHandler failed, For purpose = For::reading);
+   Watch(int descriptor, std::function<void()> ready, ErrorHandler failed = logError, For purpose = For::reading);
    ~Watch();
    Watch(Watch const&) = delete;
    Watch& operator=(Watch const&) = delete;

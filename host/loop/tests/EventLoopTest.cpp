@@ -84,6 +84,14 @@ TEST_F(WatchTest, anErrorStopsAtTheDoorToNetSnmp) {
    EXPECT_THAT(errors_, ElementsAre("the publisher has gone"));
 }
 
+TEST_F(WatchTest, anErrorThatNobodyTakesIsWrittenToNetSnmpsLog) {
+   Loop::Watch const watch(event_, [] { throw std::runtime_error("the publisher has gone"); });
+   readableIs();
+   testing::internal::CaptureStderr();
+   turn();
+   EXPECT_EQ(testing::internal::GetCapturedStderr(), "the publisher has gone\n");
+}
+
 TEST_F(WatchTest, aWatchMayEndInItsOwnCall) {
    std::unique_ptr<Loop::Watch> watch;
    watch = std::make_unique<Loop::Watch>(
@@ -189,6 +197,21 @@ TEST_F(TaskRunnerTest, aTaskOfLaterWakesItUp) {
    EXPECT_EQ(idle_, 2);
    turn();
    EXPECT_EQ(idle_, 2);
+}
+
+TEST_F(TaskRunnerTest, itStaysInTheLoopUntilAllIsDone) {
+   Loop::TaskRunner const runner;
+   runner.settle();
+   int slices = 0;
+   auto const next = task([&slices](Orb::Task&) { slices += 10; });
+   auto const longTask = task([&](Orb::Task& self) {
+      while (!self.taskShouldYield()) {
+      }
+      ++slices < 3 ? self.scheduleTask() : next->scheduleTask();
+   });
+   longTask->scheduleTask();
+   runner.settle();
+   EXPECT_EQ(slices, 13);
 }
 
 TEST_F(TaskRunnerTest, aTaskThatWasWithdrawnIsNoMatter) {

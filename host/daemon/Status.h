@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/daemon/MasterStatus.h"
-#include "host/daemon/ModuleHost.h"
+#include "host/module/Module.h"
 #include "host/publish/Server.h"
 #include "host/store/ChangeQueue.h"
 #include "host/store/StateStore.h"
@@ -27,7 +27,7 @@ class Status {
    /// the status, or is set to null before it goes.
    struct Sources {
       Store::StateStore const* store = nullptr;
-      ModuleHost const* module = nullptr;
+      Host::Module const* module = nullptr;
       Tallies::CounterTable const* counters = nullptr;
       Publish::Server const* publish = nullptr;
       std::string stateFile;                   ///< empty: none

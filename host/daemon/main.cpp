@@ -13,9 +13,9 @@
 #include "host/daemon/Configuration.h"
 #include "host/daemon/Counters.h"
 #include "host/daemon/Log.h"
-#include "host/daemon/ModuleHost.h"
 #include "host/daemon/Notify.h"
 #include "host/daemon/Options.h"
+#include "host/daemon/OwnModule.h"
 #include "host/daemon/Ready.h"
 #include "host/daemon/Settings.h"
 #include "host/daemon/SnmpAgent.h"
@@ -26,6 +26,7 @@
 #include "host/feed/FileFeed.h"
 #include "host/loop/Signals.h"
 #include "host/loop/TaskRunner.h"
+#include "host/module/Module.h"
 #include "host/store/StateStore.h"
 
 namespace {
@@ -96,7 +97,7 @@ void check(Daemon::Options const& commandLine) {
    scheduler->runAll();
    if (!refusal.empty()) throw std::runtime_error(refusal);
 
-   Daemon::ModuleHost const module(
+   Host::Module const module(
          options.module.empty() ? Daemon::ownModule() : options.module, root,
          {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), Daemon::counterTable(options)},
          options.contexts);
@@ -128,9 +129,9 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    }
 
    auto const counters = Daemon::counterTable(options);
-   Daemon::ModuleHost const module(options.module.empty() ? Daemon::ownModule() : options.module, root,
-                                   {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
-                                   options.contexts);
+   Host::Module const module(options.module.empty() ? Daemon::ownModule() : options.module, root,
+                             {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
+                             options.contexts);
 
    Daemon::Status status({.store = &store,
                           .module = &module,
@@ -198,6 +199,8 @@ int main(int argc, char** argv) {
       return 0;
    } catch (Daemon::UsageError const& error) {
       return fail(error.what(), 2);
+   } catch (Host::ModuleError const& error) {
+      return fail(fmt::format("{}; name another with --module", error.what()), 1);
    } catch (std::exception const& error) {
       return fail(error.what(), 1);
    }

@@ -12,10 +12,10 @@
 #include <utility>
 
 #include "host/daemon/Counters.h"
-#include "host/daemon/ModuleHost.h"
 #include "host/daemon/StateSource.h"
 #include "host/daemon/Status.h"
 #include "host/loop/TaskRunner.h"
+#include "host/module/Module.h"
 #include "host/store/StateStore.h"
 
 namespace Dlmod {
@@ -63,7 +63,7 @@ class Plugin::Service {
    Vel::Ptr<Vel::EntityDir> const root_ = Vel::makePtr<Vel::EntityDir>("");
    Store::StateStore store_;
    Vel::Ptr<Tallies::CounterTable> const counters_;
-   Daemon::ModuleHost const module_;
+   Host::Module const module_;
    Daemon::Status status_;
    bool saidReady_ = false;
    Daemon::StateSource state_;
@@ -89,7 +89,11 @@ void Plugin::begin() {
             "there is nothing to serve; put a line \"mplsteState FILE\" or \"mplstePublish PATH\" behind the dlmod "
             "line");
    }
-   service_ = std::make_unique<Service>(options, log_);
+   try {
+      service_ = std::make_unique<Service>(options, log_);
+   } catch (Host::ModuleError const& error) {
+      throw std::runtime_error(fmt::format("{}; name another with a line mplsteModule", error.what()));
+   }
 }
 
 }  // namespace Dlmod

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 
 #include "snmp/tests/Requests.h"
@@ -65,18 +64,9 @@ int receive(int operation, netsnmp_session* /*session*/, int /*id*/, netsnmp_pdu
 
 }  // namespace
 
-ScratchDirectory::ScratchDirectory() : path_(std::filesystem::temp_directory_path() / "mplste-test-XXXXXX") {
-   if (!mkdtemp(path_.data())) throw std::runtime_error("cannot make a directory like " + path_);
-}
-
-ScratchDirectory::~ScratchDirectory() {
-   std::error_code ignored;
-   std::filesystem::remove_all(path_, ignored);
-}
-
 TestAgent::TestAgent() {
    setenv("MIBS", "", 1);  // names are numbers
-   setenv("SNMP_PERSISTENT_DIR", directory_.path(), 1);
+   setenv("SNMP_PERSISTENT_DIR", directory_.path().c_str(), 1);
    for (int const flag : {NETSNMP_DS_LIB_DONT_READ_CONFIGS, NETSNMP_DS_LIB_DONT_PERSIST_STATE,
                           NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE}) {
       netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, flag, 1);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "snmp/NetSnmp.h"
+#include "tests/support/ScratchDirectory.h"
 
 namespace TestSupport {
 
@@ -30,19 +31,6 @@ struct Setting {
    Oid name;
    u_char type;
    std::vector<std::uint8_t> value;
-};
-
-/// A directory that is gone again with the object.
-class ScratchDirectory {
- public:
-   ScratchDirectory();
-   ~ScratchDirectory();
-   ScratchDirectory(ScratchDirectory const&) = delete;
-   ScratchDirectory& operator=(ScratchDirectory const&) = delete;
-   char const* path() const { return path_.c_str(); }
-
- private:
-   std::string path_;
 };
 
 class TestAgent {

@@ -21,6 +21,9 @@ MAY_INCLUDE = {
     # The host and the tools: no header of the module.
     "host/snmp": ["substrate", "inputs"],
     "host/loop": ["substrate"],
+    "host/module": ["substrate", "inputs", "host/snmp", "host/loop"],
+    # What its tests give to a module comes from the store.
+    "host/module/tests": ["substrate", "inputs", "host/snmp", "host/loop", "host/module", "host/store"],
     "host/store": ["substrate", "inputs", "host/snmp"],
     "host/feed": ["substrate", "inputs", "host/snmp", "host/loop", "host/store"],
     "host/publish": ["substrate", "inputs", "host/snmp", "host/loop", "host/store", "host/feed"],
@@ -28,7 +31,7 @@ MAY_INCLUDE = {
     "host/dlmod": ["substrate", "inputs", "host"],
     "tools": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],
     # As outsiders write them, against what is installed.
-    "examples": ["substrate", "inputs", "host/snmp", "host/loop", "host/store", "host/feed"],
+    "examples": ["substrate", "inputs", "host/snmp", "host/loop", "host/module", "host/store", "host/feed"],
     # Whole-product tests and benchmarks look at everything.
     "tests": [""],
     "bench": [""],
@@ -104,6 +107,8 @@ def scratch(tmp_path):
     ("host/snmp/A.h", '#include "mib/Thing.h"', "the SNMP framework serves any module"),
     ("host/daemon/A.cpp", '#include "agent/Thing.h"', "the daemon loads the module with dlopen"),
     ("host/loop/A.cpp", '#include "host/store/Thing.h"', "the loop serves whatever runs in it"),
+    ("host/module/A.cpp", '#include "agent/Thing.h"', "a host loads the module with dlopen"),
+    ("host/module/A.cpp", '#include "host/store/Thing.h"', "where a module's inputs come from is the host's affair"),
     ("host/publish/A.cpp", '#include "host/daemon/Thing.h"', "publishing serves any host"),
     ("host/feed/A.cpp", '#include "mib/Thing.h"', "a feed writes to the store, not to the MIB"),
     ("tools/A.cpp", '#include "snmp/Thing.h"', "the command line is a client"),

@@ -134,7 +134,8 @@ def test_loaded_and_unloaded_a_hundred_times_it_does_not_grow(host, manager):
 @pytest.mark.parametrize("lines, complaint", [
     (["mplsteTrace nonsense"], r"snmpd\.conf: line \d+: .*mplsteTrace: "),
     (["mplsteAgentX unix:/nowhere"], r"snmpd\.conf: line \d+: .*[Uu]nknown token: mplsteAgentX"),
-    (["mplsteModule /nowhere/module.so"], r"mplste: cannot load the module: /nowhere/module\.so: .*"),
+    (["mplsteModule /nowhere/module.so"],
+     r"mplste: cannot load the module: /nowhere/module\.so: .*; name another with a line mplsteModule"),
     (["mplsteState /nowhere/state.json"], r"mplste: /nowhere/state\.json: No such file or directory"),
 ])
 def test_a_wrong_line_is_complained_of_and_snmpd_runs(tmp_path, lines, complaint):

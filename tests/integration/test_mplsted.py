@@ -90,7 +90,7 @@ def test_the_configuration_may_say_where(mplsted):
     (["--state", HEAD_END, "--listen", "udp:127.0.0.1:0", "--module", "/none/mplsTeStdMIB.so"], 1,
      r"cannot load the module: /none/mplsTeStdMIB\.so: .*No such file or directory; name another with --module"),
     (["--state", HEAD_END, "--listen", "udp:127.0.0.1:0", "--module", BUILD / "libmplste.so"], 1,
-     r".*/libmplste\.so is not a MIB module: .*"),
+     r".*/libmplste\.so is not a MIB module: .*; name another with --module"),
     (["--state", HEAD_END, "--listen", "udp:192.0.2.1:1161"], 1,
      r"cannot listen on udp:192\.0\.2\.1:1161: Cannot assign requested address"),
     (["--state", HEAD_END, "--listen", "carrier-pigeon:1"], 1, r"cannot listen on carrier-pigeon:1: .*"),

@@ -17,6 +17,7 @@ bin/mplste
 sbin/mplsted
 lib/libmplste.so
 lib/libmplste_loop.a
+lib/libmplste_host.a
 lib/libmplste_store.a
 lib/libmplste_feed.a
 lib/libtallies_writer.a
@@ -28,6 +29,7 @@ include/mplste/substrate/vel/Ptr.h
 include/mplste/inputs/rsvp/LerConfig.h
 include/mplste/host/snmp/HandlerRegistration.h
 include/mplste/host/loop/TaskRunner.h
+include/mplste/host/module/Module.h
 include/mplste/host/store/StateStore.h
 include/mplste/host/feed/FileFeed.h
 include/mplste/tallies_writer.h
@@ -55,8 +57,8 @@ def test_no_header_of_the_module_or_of_the_tests_is_installed(prefix):
     headers = {file.relative_to(prefix / "include/mplste").as_posix() for file in prefix.rglob("*.h")}
     folders = {header.rpartition("/")[0].split("/tests")[0] for header in headers}
     assert folders == {"", "substrate/vel", "substrate/orb", "substrate/flo", "substrate/trel", "inputs/lanu",
-                       "inputs/rsvp", "inputs/tallies", "inputs/tunnel", "host/snmp", "host/loop", "host/store",
-                       "host/feed"}
+                       "inputs/rsvp", "inputs/tallies", "inputs/tunnel", "host/snmp", "host/loop", "host/module",
+                       "host/store", "host/feed"}
     assert not [header for header in headers if "/tests/" in header]
 
 

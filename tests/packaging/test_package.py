@@ -87,8 +87,9 @@ def test_each_file_is_in_the_package_where_it_belongs(packages):
     assert not [path for path in runtime if re.search(r"\.(h|a|pc|cmake)$|/include/", path)]
     development = {path for _, _, path in entries(packages["mplste-dev"])}
     assert development >= {
-        f"/usr/lib/libmplste.so -> libmplste.so.{soname}", "/usr/lib/libmplste_loop.a", "/usr/lib/libmplste_store.a",
-        "/usr/lib/libtallies_writer.a", "/usr/include/mplste/host/loop/TaskRunner.h",
+        f"/usr/lib/libmplste.so -> libmplste.so.{soname}", "/usr/lib/libmplste_loop.a", "/usr/lib/libmplste_host.a",
+        "/usr/lib/libmplste_store.a", "/usr/lib/libtallies_writer.a", "/usr/include/mplste/host/module/Module.h",
+        "/usr/include/mplste/host/loop/TaskRunner.h",
         "/usr/include/mplste/host/store/StateStore.h", "/usr/lib/cmake/mplste/mplsteConfig.cmake",
         "/usr/lib/pkgconfig/mplste-tallies-writer.pc", "/usr/share/doc/mplste-dev -> mplste"}
     assert not [path for path in runtime & development if not path.endswith("/")]

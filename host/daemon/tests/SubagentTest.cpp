@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "host/daemon/Configuration.h"
+#include "tests/support/AgentLibrary.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "host/loop/NetSnmp.h"
 
-namespace Daemon {
+namespace Host {
 
 /// Answers a GET of a row that a table does not have (noSuchInstance) with one look-up. net-snmp's table iterator would
 /// visit every row before it gives up, and managers go on asking for an LSP for a while after it has been replaced.
@@ -13,4 +13,4 @@ namespace Daemon {
 /// iterator.
 void answerAbsentRowsAtOnce(netsnmp_handler_registration& registration);
 
-}  // namespace Daemon
+}  // namespace Host

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/AbsentRows.h"
+#include "host/module/AbsentRows.h"
 
 #include <cstring>
 #include <memory>
 
-namespace Daemon {
+namespace Host {
 
 namespace {
 
@@ -63,4 +63,4 @@ void answerAbsentRowsAtOnce(netsnmp_handler_registration& registration) {
    }
 }
 
-}  // namespace Daemon
+}  // namespace Host

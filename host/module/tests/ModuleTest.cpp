@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/ModuleHost.h"
+#include "host/module/Module.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
-#include "host/daemon/Configuration.h"
 #include "host/loop/NetSnmp.h"
 #include "host/snmp/SnmpUtil.h"
 #include "host/store/StateStore.h"
 #include "substrate/orb/TaskScheduler.h"
 #include "substrate/vel/TypeRegistry.h"
+#include "tests/support/AgentLibrary.h"
+#include "tests/support/ScratchDirectory.h"
 
 namespace {
 
@@ -25,27 +25,6 @@ using testing::UnorderedElementsAre;
 constexpr std::array<oid, 11> kTunnelTable{1, 3, 6, 1, 2, 1, 10, 166, 3, 2, 2};
 constexpr std::array<oid, 11> kHopTable{1, 3, 6, 1, 2, 1, 10, 166, 3, 2, 4};
 constexpr std::array<oid, 11> kPerfTable{1, 3, 6, 1, 2, 1, 10, 166, 3, 2, 9};
-
-/// net-snmp's agent library, without configuration or sockets.
-class AgentLibrary : public testing::Environment {
- public:
-   void SetUp() override {
-      setenv("MIBS", "", 1);
-      netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
-      netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
-      set_persistent_directory(persistent_.path().c_str());
-      snmp_disable_stderrlog();
-      netsnmp_register_loghandler(NETSNMP_LOGHANDLER_NONE, LOG_DEBUG);
-      init_agent("mplsted-test");
-      init_snmp("mplsted-test");
-   }
-   void TearDown() override { snmp_shutdown("mplsted-test"); }
-
- private:
-   Daemon::PrivateDirectory persistent_;
-};
-
-auto* const agentLibrary = testing::AddGlobalTestEnvironment(new AgentLibrary);
 
 /// The name under which net-snmp has a table, or nothing.
 std::string registeredAs(std::array<oid, 11> const& table, char const* context) {
@@ -75,22 +54,22 @@ bool isMapped(std::string const& file) {
    return text.str().find(file) != std::string::npos;
 }
 
-class ModuleHostTest : public testing::Test {
+class ModuleTest : public testing::Test {
  protected:
-   ModuleHostTest() {
+   ModuleTest() {
       std::ifstream file(EXAMPLES_DIR "/headend.json");
       std::stringstream text;
       text << file.rdbuf();
       store_.replace(text.str());
    }
 
-   Daemon::ModuleInputs inputs() const {
+   Host::ModuleInputs inputs() const {
       return {store_.lerConfig(), store_.lerHiveStatus(), store_.kelpStatus(), counters_};
    }
    std::string refusal(std::filesystem::path const& file) const {
       try {
-         Daemon::ModuleHost const host(file, root_, inputs(), {});
-      } catch (Daemon::ModuleError const& error) {
+         Host::Module const host(file, root_, inputs());
+      } catch (Host::ModuleError const& error) {
          return error.what();
       }
       return "loaded";
@@ -112,8 +91,8 @@ class ModuleHostTest : public testing::Test {
    Vel::Ptr<Tallies::CounterTable const> counters_ = Vel::makePtr<Tallies::CounterTable>("mplsTunnelCounterTable");
 };
 
-TEST_F(ModuleHostTest, aLoadedModuleDerivesTheRowsOfItsInputs) {
-   Daemon::ModuleHost const host(MODULE_FILE, root_, inputs(), {});
+TEST_F(ModuleTest, aLoadedModuleDerivesTheRowsOfItsInputs) {
+   Host::Module const host(MODULE_FILE, root_, inputs());
    EXPECT_EQ(host.tunnels(), 0U) << "the scans are tasks, nothing runs before its time";
    Orb::TaskSchedulerRoot::findOrCreateScheduler()->runAll();
    EXPECT_EQ(host.tunnels(), 13U);
@@ -122,15 +101,15 @@ TEST_F(ModuleHostTest, aLoadedModuleDerivesTheRowsOfItsInputs) {
    EXPECT_EQ(host.tunnels(), 12U);
 }
 
-TEST_F(ModuleHostTest, theTablesAreServedInTheDefaultContextOnly) {
-   Daemon::ModuleHost const host(MODULE_FILE, root_, inputs(), {"red", "", "red"});
+TEST_F(ModuleTest, theTablesAreServedInTheDefaultContextOnly) {
+   Host::Module const host(MODULE_FILE, root_, inputs(), {"red", "", "red"});
    EXPECT_THAT(registeredTables(""),
                UnorderedElementsAre("mplsTunnelTable_", "mplsTunnelHopTable_", "mplsTunnelPerfTable_"));
    EXPECT_THAT(registeredTables("red"), IsEmpty());
    EXPECT_THAT(servedContexts(), UnorderedElementsAre("", "red"));
 }
 
-TEST_F(ModuleHostTest, aHundredTimesLoadedAndUnloadedNothingIsLeft) {
+TEST_F(ModuleTest, aHundredTimesLoadedAndUnloadedNothingIsLeft) {
    auto const references = [this] {
       return std::array{store_.lerConfig()->references(), store_.lerHiveStatus()->references(),
                         store_.kelpStatus()->references(), counters_->references()};
@@ -139,7 +118,7 @@ TEST_F(ModuleHostTest, aHundredTimesLoadedAndUnloadedNothingIsLeft) {
    ASSERT_EQ(leftOver(), "");
    for (int round = 0; round < 100; ++round) {
       {
-         Daemon::ModuleHost const host(MODULE_FILE, root_, inputs(), {"red"});
+         Host::Module const host(MODULE_FILE, root_, inputs(), {"red"});
          // In every second round the scans are cut short.
          if (round % 2 == 0) Orb::TaskSchedulerRoot::findOrCreateScheduler()->runAll();
          ASSERT_EQ(registeredTables("").size(), 3U);
@@ -150,36 +129,35 @@ TEST_F(ModuleHostTest, aHundredTimesLoadedAndUnloadedNothingIsLeft) {
    }
 }
 
-TEST_F(ModuleHostTest, theStateGoesOnChangingWithoutTheModule) {
-   { Daemon::ModuleHost const host(MODULE_FILE, root_, inputs(), {}); }
+TEST_F(ModuleTest, theStateGoesOnChangingWithoutTheModule) {
+   { Host::Module const host(MODULE_FILE, root_, inputs()); }
    EXPECT_EQ(store_.applyPatch(R"({"subTunnelStatus": {"cli:to-paris": null}})"), 1U);
-   Daemon::ModuleHost const host(MODULE_FILE, root_, inputs(), {});
+   Host::Module const host(MODULE_FILE, root_, inputs());
    Orb::TaskSchedulerRoot::findOrCreateScheduler()->runAll();
    EXPECT_EQ(host.tunnels(), 12U);
 }
 
-TEST_F(ModuleHostTest, aMissingModuleIsNamedWithTheLinkersReason) {
+TEST_F(ModuleTest, aMissingModuleIsNamedWithTheLinkersReason) {
    EXPECT_EQ(
          refusal("/nowhere/mplsTeStdMIB.so"),
-         "cannot load the module: /nowhere/mplsTeStdMIB.so: cannot open shared object file: No such file or directory; "
-         "name another with --module");
+         "cannot load the module: /nowhere/mplsTeStdMIB.so: cannot open shared object file: No such file or directory");
    EXPECT_EQ(leftOver(), "");
 }
 
-TEST_F(ModuleHostTest, aFileThatIsNoLibraryIsRefused) {
+TEST_F(ModuleTest, aFileThatIsNoLibraryIsRefused) {
    EXPECT_THAT(refusal(EXAMPLES_DIR "/headend.json"), HasSubstr("headend.json: "));
    EXPECT_EQ(leftOver(), "");
 }
 
-TEST_F(ModuleHostTest, anotherLibraryIsRefused) {
+TEST_F(ModuleTest, anotherLibraryIsRefused) {
    EXPECT_EQ(refusal(OTHER_LIBRARY),
              OTHER_LIBRARY " is not a MIB module: no type 'MplsSnmp::HopTableHelper' is registered");
    EXPECT_EQ(leftOver(), "");
 }
 
-TEST_F(ModuleHostTest, aModuleThatCouldNotBeUnloadedIsRefused) {
+TEST_F(ModuleTest, aModuleThatCouldNotBeUnloadedIsRefused) {
    // The linker's name of the function that unloads follows the file's name.
-   Daemon::PrivateDirectory const directory;
+   TestSupport::ScratchDirectory const directory;
    auto const renamed = directory.path() / "renamed.so";
    std::filesystem::create_symlink(MODULE_FILE, renamed);
    EXPECT_THAT(refusal(renamed),

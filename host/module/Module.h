@@ -14,7 +14,7 @@
 #include "inputs/tallies/CounterTable.h"
 #include "substrate/vel/EntityDir.h"
 
-namespace Daemon {
+namespace Host {
 
 /// A module cannot be loaded, or is not one. The text names the file.
 class ModuleError : public std::runtime_error {
@@ -86,20 +86,23 @@ class ModuleRegistration {
    std::vector<Vel::String> contexts_;  // those initialised so far
 };
 
-/// Runs a MIB module in this process: loads it, creates its entities below the agent's root, gives it its inputs and
-/// registers its tables. The module is known by its file and by the names of its types alone. When the host goes, the
-/// module leaves nothing behind: no registration, no type, no task, no memory, no mapping.
+/// A MIB module that runs in this process: loads it, creates its entities below the agent's root, gives it its inputs
+/// and registers its tables, which then also answer a GET of an absent row at once. The module is known by its file and
+/// by the names of its types alone. When this goes, the module leaves nothing behind: no registration, no type, no
+/// task, no memory, no mapping.
 ///
 /// Works in an agent of our own and inside a stock snmpd alike; net-snmp's agent library must be initialised. The
-/// tasks of the module are run by somebody else, see TaskRunner.
-class ModuleHost {
+/// tasks of the module are run by somebody else, see Loop::TaskRunner. At most one lives at a time: it sets the agent's
+/// root.
+class Module {
  public:
-   /// `contexts`: SNMP contexts besides the default one. Throws ModuleError; then nothing of the module is left.
-   ModuleHost(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs,
-              std::vector<std::string> const& contexts);
-   ~ModuleHost();
-   ModuleHost(ModuleHost const&) = delete;
-   ModuleHost& operator=(ModuleHost const&) = delete;
+   /// `root`: the agent's root. `contexts`: SNMP contexts besides the default one. Throws ModuleError; then nothing of
+   /// the module is left.
+   Module(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs,
+          std::vector<std::string> const& contexts = {});
+   ~Module();
+   Module(Module const&) = delete;
+   Module& operator=(Module const&) = delete;
 
    /// Rows of mplsTunnelTable.
    std::size_t tunnels() const { return entities_.tunnels(); }
@@ -121,9 +124,4 @@ class ModuleHost {
    ModuleRegistration registration_;
 };
 
-/// The module that belongs to the running program: beside it where it was built, else where it is installed,
-/// which is known by its place relative to the program.
-/// Throws ModuleError, naming both places, when it is in neither.
-std::filesystem::path ownModule();
-
-}  // namespace Daemon
+}  // namespace Host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/ModuleHost.h"
+#include "host/module/Module.h"
 
 #include <dlfcn.h>
 #include <fmt/format.h>
@@ -9,13 +9,13 @@
 #include <set>
 #include <utility>
 
-#include "host/daemon/AbsentRows.h"
+#include "host/module/AbsentRows.h"
 #include "host/snmp/SnmpUtil.h"
 #include "substrate/orb/NumAllocator.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/TypeRegistry.h"
 
-namespace Daemon {
+namespace Host {
 
 namespace {
 
@@ -48,7 +48,7 @@ Vel::Any pointer(Vel::Ptr<Vel::PtrInterface const> object) { return object; }
 
 Library::Library(std::filesystem::path const& file)
       : file_(file), handle_(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL)) {
-   if (!handle_) throw ModuleError(fmt::format("cannot load the module: {}; name another with --module", dlerror()));
+   if (!handle_) throw ModuleError(fmt::format("cannot load the module: {}", dlerror()));
 }
 
 Library::~Library() { dlclose(handle_); }
@@ -130,12 +130,12 @@ ModuleRegistration::~ModuleRegistration() {
    for (Vel::String const& context : contexts_) unregister_(context);
 }
 
-ModuleHost::AgentRoot::AgentRoot(Vel::Ptr<Vel::EntityDir> const& root) { SnmpUtil::agentRootIs(root); }
+Module::AgentRoot::AgentRoot(Vel::Ptr<Vel::EntityDir> const& root) { SnmpUtil::agentRootIs(root); }
 
-ModuleHost::AgentRoot::~AgentRoot() { SnmpUtil::agentRootIs(nullptr); }
+Module::AgentRoot::~AgentRoot() { SnmpUtil::agentRootIs(nullptr); }
 
-ModuleHost::ModuleHost(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root,
-                       ModuleInputs const& inputs, std::vector<std::string> const& contexts)
+Module::Module(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs,
+               std::vector<std::string> const& contexts)
       : known_(Snmp::AutoRegistree::registrations()),
         library_(file),
         agentRoot_(root),
@@ -143,19 +143,6 @@ ModuleHost::ModuleHost(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDi
         registration_(library_, known_, contexts) {}
 
 // The derivation ends before its tables are taken from the agent, the entities and the library follow.
-ModuleHost::~ModuleHost() { entities_.stop(); }
+Module::~Module() { entities_.stop(); }
 
-std::filesystem::path ownModule() {
-   namespace fs = std::filesystem;
-   constexpr char const* kFile = "mplsTeStdMIB.so";
-   fs::path const program = fs::read_symlink("/proc/self/exe").parent_path();
-   fs::path const beside = program / kFile;
-   fs::path const installed = (program / MPLSTE_MODULE_DIR / kFile).lexically_normal();
-   for (fs::path const& file : {beside, installed}) {
-      if (fs::exists(file)) return file;
-   }
-   throw ModuleError(
-         fmt::format("there is neither {} nor {}; name the module with --module", beside.string(), installed.string()));
-}
-
-}  // namespace Daemon
+}  // namespace Host

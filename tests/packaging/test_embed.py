@@ -11,6 +11,7 @@ from pathlib import Path
 
 import pytest
 from support.mplsted import environment
+from support.stand_in import free_udp_port
 from support.tree import TABLES, below
 
 SOURCE = Path(os.environ["MPLSTE_SOURCE_DIR"])
@@ -30,8 +31,8 @@ def embed(prefix, tmp_path_factory):
     return build
 
 
-def run(embed, folder, *arguments):
-    return subprocess.run([embed / "embed", *arguments], env=environment(folder), cwd=folder, capture_output=True,
+def run(embed, folder, *files, listen=None):
+    return subprocess.run([embed / "embed", listen or f"udp:127.0.0.1:{free_udp_port()}", *files], env=environment(folder), cwd=folder, capture_output=True,
                           encoding="utf-8", timeout=60)
 
 
@@ -78,3 +79,10 @@ def test_what_it_cannot_use_is_said_and_it_leaves_cleanly(embed, tmp_path, state
     done = run(embed, tmp_path, tmp_path / "state", tmp_path / "patch")
     assert done.returncode == 1
     assert re.search(rf"^embed: .*{complaint}", done.stderr, re.MULTILINE)
+
+
+def test_an_address_that_it_cannot_listen_on_is_named(embed, tmp_path):
+    done = run(embed, tmp_path, SOURCE / "examples" / "headend.json", SOURCE / "examples" / "switchover.json",
+               listen="carrier-pigeon:1")
+    assert (done.returncode, done.stdout) == (1, "")
+    assert done.stderr.splitlines()[-1] == "embed: cannot listen on carrier-pigeon:1"

@@ -2,13 +2,19 @@
 #include "host/daemon/Log.h"
 
 #include <fmt/format.h>
+#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
+#include <sys/stat.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 #include "host/loop/NetSnmp.h"
@@ -17,6 +23,13 @@ namespace Daemon {
 
 namespace {
 
+/// The urgency of a line in the terms of syslog.
+int priorityOf(spdlog::level::level_enum level) {
+   if (level >= spdlog::level::err) return LOG_ERR;
+   if (level == spdlog::level::warn) return LOG_WARNING;
+   return level == spdlog::level::info ? LOG_INFO : LOG_DEBUG;
+}
+
 /// Hands every line to net-snmp, which adds the time and knows where it goes.
 class NetSnmpSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> {
    void sink_it_(spdlog::details::log_msg const& message) override {
@@ -24,13 +37,29 @@ class NetSnmpSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex>
                message.payload.data());
    }
    void flush_() override {}
-
-   static int priorityOf(spdlog::level::level_enum level) {
-      if (level >= spdlog::level::err) return LOG_ERR;
-      if (level == spdlog::level::warn) return LOG_WARNING;
-      return level == spdlog::level::info ? LOG_INFO : LOG_DEBUG;
-   }
 };
+
+/// Whether the standard error stream goes to systemd's journal (systemd.exec(5), JOURNAL_STREAM). It adds the time, and
+/// wants to know of each line how urgent it is.
+bool standardErrorIsJournal() {
+   char const* const stream = std::getenv("JOURNAL_STREAM");
+   struct stat mine {};
+   return stream && fstat(STDERR_FILENO, &mine) == 0 && fmt::format("{}:{}", mine.st_dev, mine.st_ino) == stream;
+}
+
+/// The prefix by which the journal knows how urgent a line is (sd-daemon(3)).
+class JournalPrefix : public spdlog::custom_flag_formatter {
+   void format(spdlog::details::log_msg const& message, std::tm const& /*time*/, spdlog::memory_buf_t& line) override {
+      fmt::format_to(std::back_inserter(line), "<{}>", priorityOf(message.level));
+   }
+   std::unique_ptr<custom_flag_formatter> clone() const override { return std::make_unique<JournalPrefix>(); }
+};
+
+std::unique_ptr<spdlog::formatter> journalFormatter() {
+   auto formatter = std::make_unique<spdlog::pattern_formatter>();
+   formatter->add_flag<JournalPrefix>('*').set_pattern("%*%v");
+   return formatter;
+}
 
 }  // namespace
 
@@ -86,7 +115,11 @@ void Log::outputIs(LogOutput output, LogLevel least) {
       sink = std::make_shared<spdlog::sinks::stderr_sink_st>();
    }
    logger_->sinks() = {std::move(sink)};
-   logger_->set_pattern("%Y-%m-%d %H:%M:%S.%e %l: %v");
+   if (output == LogOutput::standardError && standardErrorIsJournal()) {
+      logger_->set_formatter(journalFormatter());
+   } else {
+      logger_->set_pattern("%Y-%m-%d %H:%M:%S.%e %l: %v");
+   }
    constexpr std::array kLevels{spdlog::level::err, spdlog::level::warn, spdlog::level::info, spdlog::level::trace};
    logger_->set_level(kLevels[static_cast<std::size_t>(least)]);
 }

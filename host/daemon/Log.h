@@ -43,9 +43,10 @@ class RepeatFilter {
    std::set<std::string, std::less<>> written_;
 };
 
-/// The log of the process, on the standard error stream until `outputIs` says otherwise. While it lives, trace lines go
-/// there too, with their handle and level. Error lines (level 0) are taken to be repeatable, but for handles that
-/// somebody wants to see.
+/// The log of the process, on the standard error stream until `outputIs` says otherwise: with time and severity in
+/// words, or, where the stream is systemd's journal, with the severity in the journal's own notation. While it lives,
+/// trace lines go there too, with their handle and level. Error lines (level 0) are taken to be repeatable, but for
+/// handles that somebody wants to see.
 class Log {
  public:
    Log();

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "host/daemon/Log.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
 
 #include "host/daemon/Ready.h"
 
@@ -53,6 +58,27 @@ TEST_F(LogTest, aLineHasItsTimeAndItsSeverity) {
    Daemon::Log log;
    log.warn("the state file has gone\n");
    EXPECT_THAT(written(), testing::MatchesRegex("[-0-9]+ [0-9:.]+ warning: the state file has gone\n"));
+}
+
+TEST_F(LogTest, theJournalIsToldHowUrgentALineIsAndAddsTheTimeItself) {
+   struct stat mine {};
+   ASSERT_EQ(fstat(STDERR_FILENO, &mine), 0);
+   setenv("JOURNAL_STREAM", fmt::format("{}:{}", mine.st_dev, mine.st_ino).c_str(), 1);
+   {
+      Daemon::Log log;
+      log.traceLevelsIs("LogTest.journal", 0b11);
+      log.error("an error");
+      log.warn("a warning");
+      log.info("a word");
+      Trel::Platform::getDebugHandler("LogTest.journal").write(1, "a trace line");
+   }
+   EXPECT_EQ(written(), "<3>an error\n<4>a warning\n<6>a word\n<7>LogTest.journal 1: a trace line\n");
+
+   setenv("JOURNAL_STREAM", "1:1", 1);  // that of somebody who has redirected us since
+   Daemon::Log log;
+   log.warn("a warning");
+   EXPECT_THAT(written(), HasSubstr(" warning: a warning\n"));
+   unsetenv("JOURNAL_STREAM");
 }
 
 TEST_F(LogTest, whatIsLessUrgentThanAskedForIsLeftOut) {

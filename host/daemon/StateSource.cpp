@@ -50,7 +50,7 @@ void StateSource::begin() {
 }
 
 void StateSource::reload() {
-   if (file_) file_->feed.load();
+   if (file_) file_->feed.reload();
 }
 
 }  // namespace Daemon

@@ -24,12 +24,13 @@ FileFeed::FileFeed(Store::ChangeQueue& queue, std::string file, Events events, s
         task_(Vel::makePtr<Orb::Task>(Orb::TaskSchedulerRoot::findOrCreateScheduler(), Orb::TaskPriority::normal,
                                       "StateFile", [this](Orb::Task& task) { read(task); })) {}
 
-void FileFeed::load() {
+void FileFeed::begin(Load load) {
    if (loading_) {
       changedMeanwhile_ = true;
       return;
    }
    loading_ = true;
+   load_ = load;
    changedMeanwhile_ = false;
    task_->scheduleTask();
 }
@@ -42,14 +43,11 @@ void FileFeed::read(Orb::Task& task) {
       while (reader_->readSome()) {
          if (task.taskShouldYield()) return task.scheduleTask();
       }
-      std::string document = reader_->take();
+      auto const reader = std::exchange(reader_, nullptr);
+      std::string document = reader->take();
       if (document.empty()) throw std::runtime_error("the file is empty");
-      queue_.add(Store::ChangeKind::snapshot, std::move(document),
-                 [this, content = reader_->hash()](Store::ChangeQueue::Outcome const& outcome) {
-                    finish({outcome.refusal.value_or(""), content}, outcome.changed);
-                 });
-      reader_ = nullptr;
-      return;
+      if (load_ == Load::whenChanged && loaded_ == reader->hash()) return finish({});
+      return add(std::move(document), reader->hash());
    } catch (std::system_error const& error) {
       unreadable_ = error.code() == std::errc::permission_denied;
       problem.text = error.code().message();
@@ -60,13 +58,23 @@ void FileFeed::read(Orb::Task& task) {
    finish(problem);
 }
 
-void FileFeed::finish(Problem const& problem, std::size_t changed) {
+void FileFeed::add(std::string document, std::size_t content) {
+   queue_.add(Store::ChangeKind::snapshot, std::move(document),
+              [this, content](Store::ChangeQueue::Outcome const& outcome) {
+                 if (!outcome.refusal) {
+                    loaded_ = content;
+                    events_.loaded(outcome.changed);
+                 }
+                 finish({outcome.refusal.value_or(""), content});
+              });
+}
+
+void FileFeed::finish(Problem const& problem) {
    loading_ = false;
    // What is wrong with half a file is nobody's business when the other half has come meanwhile.
    if (problem.text.empty() || !changedMeanwhile_) report(fileProblem_, problem, events_.refused);
    report(watchProblem_, {watch_.problem(), 0}, events_.unwatched);
-   if (problem.text.empty()) events_.loaded(changed);
-   if (changedMeanwhile_) load();
+   if (changedMeanwhile_) reload();
 }
 
 void FileFeed::handleReadable() {

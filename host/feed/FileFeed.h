@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host/feed/FileReader.h"
@@ -37,9 +38,11 @@ class FileFeed {
    /// files cannot be watched.
    FileFeed(Store::ChangeQueue& queue, std::string file, Events events, std::uintmax_t largest = kLargest);
 
-   /// Begins to make the state equal to the file. While the file is still being loaded it is loaded once more behind
+   /// Begins to make the state equal to the file. While the file is still being loaded it is read once more behind
    /// that.
-   void load();
+   void load() { begin(Load::always); }
+   /// The same, unless the file is still what was loaded last: then what others have changed of the state since stays.
+   void reload() { begin(Load::whenChanged); }
 
    /// To be watched by the host's loop; when it is readable, `handleReadable` is to be called.
    int descriptor() const { return watch_.descriptor(); }
@@ -48,6 +51,8 @@ class FileFeed {
    std::string const& file() const { return file_; }
 
  private:
+   enum class Load { always, whenChanged };
+
    /// What is wrong, or an empty text, and the hash of the content that it is wrong with.
    struct Problem {
       std::string text;
@@ -55,8 +60,10 @@ class FileFeed {
       bool operator==(Problem const&) const = default;
    };
 
+   void begin(Load load);
    void read(Orb::Task& task);
-   void finish(Problem const& problem, std::size_t changed = 0);
+   void add(std::string document, std::size_t content);
+   void finish(Problem const& problem);
    void report(Problem& last, Problem const& now, std::function<void(std::string const& line)> const& tell);
 
    Store::ChangeQueue& queue_;
@@ -67,7 +74,9 @@ class FileFeed {
    Vel::Ptr<Orb::Task> const task_;
    std::unique_ptr<FileReader> reader_;
    bool loading_ = false;
+   Load load_ = Load::always;
    bool changedMeanwhile_ = false;
+   std::optional<std::size_t> loaded_;  // the hash of the content that was loaded last
    Problem fileProblem_;
    Problem watchProblem_;
    bool unreadable_ = false;  // for want of permission

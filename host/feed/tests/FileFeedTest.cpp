@@ -108,6 +108,31 @@ TEST_F(FileFeedTest, TheFileIsLoaded) {
    EXPECT_THAT(reported(), IsEmpty());
 }
 
+TEST_F(FileFeedTest, ReadAgainAFileThatIsAsItWasLeavesWhatOthersHaveChangedSince) {
+   write(file, documentOf(1));
+   ASSERT_TRUE(start());
+   store.applyPatch(documentOf(2));
+   feed->reload();
+   tasks->runAll();
+   EXPECT_EQ(index(), 2U);
+   EXPECT_EQ(loads, 1);
+
+   publish("nonsense");
+   runLoop();
+   EXPECT_EQ(reported().size(), 1U);
+   publish(documentOf(1));
+   runLoop();
+   EXPECT_EQ(index(), 1U) << "who replaces the file means what stands in it";
+
+   store.applyPatch(documentOf(2));
+   fs::create_hard_link(file, top / "another name");
+   write(top / "another name", documentOf(3));
+   feed->reload();
+   tasks->runAll();
+   EXPECT_EQ(index(), 3U) << "a change that went unnoticed";
+   EXPECT_THAT(reported(), IsEmpty());
+}
+
 TEST_F(FileFeedTest, AFileReplacedByRenameIsApplied) {
    write(file, documentOf(1));
    start();

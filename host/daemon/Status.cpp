@@ -15,7 +15,14 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::array kTables{"mplsTunnelTable", "mplsTunnelHopTable"};
+/// A table, and the one that the MIB keeps its rows in: a row of counters belongs to every tunnel.
+struct Table {
+   char const* name;
+   char const* keptIn;
+};
+constexpr std::array<Table, 3> kTables{{{"mplsTunnelTable", "mplsTunnelTable"},
+                                        {"mplsTunnelHopTable", "mplsTunnelHopTable"},
+                                        {"mplsTunnelPerfTable", "mplsTunnelTable"}}};
 
 Json timeJson(std::optional<std::chrono::system_clock::time_point> const& time) {
    return time ? Json(isoTime(*time)) : Json();
@@ -65,7 +72,9 @@ Json Status::json(SystemClock::time_point now) const {
    json["agentx"] = sources_.master ? masterJson(sources_.master()) : Json();
    json["state"] = stateJson();
    json["rows"] = Json::object();
-   for (char const* const table : kTables) json["rows"][table] = sources_.module ? sources_.module->rows(table) : 0;
+   for (auto const& [name, keptIn] : kTables) {
+      json["rows"][name] = sources_.module ? sources_.module->rows(keptIn) : 0;
+   }
    json["hopLists"] = sources_.module ? sources_.module->hopListsInUse() : 0;
    json["counters"] = Json();
    if (!sources_.countersName.empty() && sources_.counters) {

@@ -421,8 +421,8 @@ def test_what_is_published_goes_on_top_of_the_file_until_that_changes(tmp_path):
 def test_the_status_says_how_the_agent_fares(daemon, publisher):
     status = publisher.status()
     assert status["pid"] == daemon.process.pid
-    assert status["rows"] == {"mplsTunnelTable": 13, "mplsTunnelHopTable": len(
-        {oid for oid, _ in EXPECTED if oid.startswith(f"{TABLES['hop']}.1.5.")})}
+    hops = {oid for oid, _ in EXPECTED if oid.startswith(f"{TABLES['hop']}.1.5.")}
+    assert status["rows"] == {"mplsTunnelTable": 13, "mplsTunnelHopTable": len(hops), "mplsTunnelPerfTable": 13}
     assert status["hopLists"] == 13
     assert status["addresses"] == [daemon.address] and status["agentx"] is None and status["counters"] is None
     state = status["state"]

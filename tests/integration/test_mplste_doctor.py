@@ -7,8 +7,10 @@ import socket
 import subprocess
 
 import pytest
+from support.master import Master
 from support.mplsted import BUILD, Mplsted
 from support.publisher import Publisher
+from support.stand_in import await_true
 from support.state import STATE
 
 MPLSTE = BUILD / "mplste"
@@ -65,13 +67,29 @@ def remedies(output):
 def test_where_all_is_well_nothing_is_to_be_mended(doctor, master):
     code, output = doctor(AGENTX.format(master) + "rocommunity public 127.0.0.1 .1.3.6.1.2.1\n")
     assert code == 0 and not remedies(output), output
-    assert output.count("good ") == len(output.splitlines()) == 5
+    assert output.count("good ") == len(output.splitlines()) == 6
+
+
+def test_where_mplsted_answers_itself_an_snmpd_beside_it_is_no_matter(daemon):
+    done = subprocess.run([MPLSTE, "doctor", "--socket", daemon.socket], capture_output=True, check=False,
+                          encoding="utf-8", timeout=60)
+    assert done.returncode == 0, done.stdout
+    assert f"good it answers managers itself, at {daemon.address}\n" in done.stdout
+    assert "snmpd" not in done.stdout
 
 
 def test_where_there_is_no_snmpd_none_is_missed(doctor):
     code, output = doctor()
     assert code == 0, output
-    assert "snmpd.conf: No such file or directory; no snmpd to serve through\n" in output
+    assert "snmpd.conf: no such file; no snmpd to serve through\n" in output
+
+
+def test_a_configuration_that_cannot_be_read(doctor, tmp_path):
+    (tmp_path / "folder").write_text("", encoding="utf-8")
+    code, output = doctor(None, "--snmpd-conf", tmp_path / "folder" / "snmpd.conf")
+    assert code == 2
+    assert remedies(output) == {f"{tmp_path}/folder/snmpd.conf cannot be read: Not a directory":
+                                ["run this command as root"]}
 
 
 def test_mplsted_that_is_not_there(doctor, tmp_path):
@@ -145,7 +163,8 @@ def test_a_master_that_is_not_there(doctor, tmp_path):
     assert code == 2
     [(what, lines)] = remedies(output).items()
     assert what == f"{tmp_path}/none is not there"
-    assert lines[1:] == ["master agentx", f"agentXSocket unix:{tmp_path}/none"]
+    assert lines[1:3] == ["master agentx", f"agentXSocket unix:{tmp_path}/none"]
+    assert lines[3].startswith("agentXPerms 0660 0755 Debian-snmp ")
 
 
 def test_a_master_in_a_closed_directory(doctor, master):
@@ -155,7 +174,34 @@ def test_a_master_in_a_closed_directory(doctor, master):
     assert code == 2
     [(what, lines)] = remedies(output).items()
     assert what.endswith("is closed to the user nobody")
-    assert lines[1:] == ["agentXPerms 0660 0755 Debian-snmp nobody"]
+    assert lines[1:] == ["agentXPerms 0660 0755 Debian-snmp nogroup"]
+
+
+def of_subagent(folder, master, conf, *arguments):
+    """What the doctor finds where mplsted is the subagent of this master."""
+    with Mplsted(folder, "--publish", folder / "subagent.sock", "--agentx", master, listen=()) as mplsted:
+        await_true(lambda: "AgentX, c" in mplsted.log(), "a word about the connection")
+        done = subprocess.run([MPLSTE, "doctor", "--socket", folder / "subagent.sock", "--snmpd-conf", conf, *arguments],
+                              capture_output=True, check=False, encoding="utf-8", timeout=60)
+    return done.returncode, done.stdout
+
+
+def test_a_subagent_without_its_master(tmp_path):
+    (tmp_path / "snmpd.conf").touch()
+    code, output = of_subagent(tmp_path, f"unix:{tmp_path}/none", tmp_path / "snmpd.conf")
+    assert code == 2
+    cut_off, no_subagents, missing = remedies(output)
+    assert cut_off.startswith(f"the AgentX master at unix:{tmp_path}/none is disconnected since ")
+    assert no_subagents.endswith("snmpd takes no subagents, so mplsted --agentx cannot connect")
+    assert missing == f"{tmp_path}/none is not there"
+
+
+def test_a_subagent_that_is_connected_has_found_its_way(tmp_path):
+    with Master(tmp_path) as snmpd:
+        # The service may run as somebody else than is asked for, or in groups that only its unit knows.
+        code, output = of_subagent(tmp_path, snmpd.socket, snmpd.config, "--user", "nobody")
+    assert code == 0, output
+    assert f"good the AgentX master at {snmpd.socket} is connected since " in output
 
 
 def test_a_user_that_there_is_not(doctor, master):

@@ -2,6 +2,10 @@
 #include "tools/doctor/AgentChecks.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <string_view>
+#include <vector>
 
 #include "tools/Commands.h"
 
@@ -25,61 +29,82 @@ Finding sourceOf(Json const& state) {
    return {true, fmt::format("the state comes from publishers, {} of them now", publish.at("connections").dump())};
 }
 
+Finding countersOf(Json const& counters) {
+   if (counters.is_null()) return {true, "no counters are asked for: packets and octets read as 0"};
+   std::string const name = text(counters.at("name"));
+   if (counters.at("attached") == true) return {true, fmt::format("the counters {} are there", name)};
+   return {false,
+           fmt::format("the counters {} are not there, or not to be read: packets and octets read as 0", name),
+           {"start the process that counts, or look at what there is:",
+            fmt::format("  mplste counters --name {} list", name)}};
+}
+
+Finding refusalsOf(Json const& refused) {
+   Json const& last = refused.at("last");
+   return {false,
+           fmt::format("documents were refused ({}), the last at {} from {}: {}", refused.at("documents").dump(),
+                       text(last.at("time")), text(last.at("from")), text(last.at("reason"))),
+           {"correct it and publish it again; docs/state.md says what a document may hold"}};
+}
+
+Finding masterOf(Json const& master) {
+   bool const connected = master.at("state") == "connected";
+   Finding finding{connected, fmt::format("the AgentX master at {} is {} since {}", text(master.at("master")),
+                                          text(master.at("state")), text(master.at("since")))};
+   if (!connected) finding.remedy = {text(master.at("lastError"))};
+   return finding;
+}
+
 }  // namespace
 
-Findings checkStatus(Json const& status) {
-   Findings findings;
+AgentReport checkStatus(Json const& status) {
+   AgentReport report;
+   auto& findings = report.findings;
    findings.push_back(
          {true, fmt::format("mplsted {} answers, since {}", text(status.at("version")), text(status.at("started")))});
    findings.push_back(sourceOf(status.at("state")));
+   findings.push_back(countersOf(status.at("counters")));
+   if (!status.at("refused").at("last").is_null()) findings.push_back(refusalsOf(status.at("refused")));
 
-   Json const& counters = status.at("counters");
-   if (counters.is_null()) {
-      findings.push_back({true, "no counters are asked for: packets and octets read as 0"});
-   } else if (counters.at("attached") == true) {
-      findings.push_back({true, fmt::format("the counters {} are there", text(counters.at("name")))});
+   if (Json const& master = status.at("agentx"); !master.is_null()) {
+      Finding const finding = masterOf(master);
+      report.serving = finding.good ? Serving::throughMaster : Serving::cutOff;
+      constexpr std::string_view kUnix = "unix:";
+      std::string const address = text(master.at("master"));
+      if (address.starts_with(kUnix)) report.masterSocket = address.substr(kUnix.size());
+      findings.push_back(finding);
+   } else if (auto const addresses = status.at("addresses").get<std::vector<std::string>>(); !addresses.empty()) {
+      report.serving = Serving::byItself;
+      findings.push_back({true, fmt::format("it answers managers itself, at {}", fmt::join(addresses, " and "))});
    } else {
-      std::string const name = text(counters.at("name"));
-      findings.push_back(
-            {false,
-             fmt::format("the counters {} are not there, or not to be read: packets and octets read as 0", name),
-             {"start the process that counts, or look at what there is:",
-              fmt::format("  mplste counters --name {} list", name)}});
+      report.serving = Serving::insideSnmpd;
+      findings.push_back({true, "it runs inside snmpd"});
    }
-
-   Json const& refused = status.at("refused");
-   if (!refused.at("last").is_null()) {
-      Json const& last = refused.at("last");
-      findings.push_back(
-            {false,
-             fmt::format("documents were refused ({}), the last at {} from {}: {}", refused.at("documents").dump(),
-                         text(last.at("time")), text(last.at("from")), text(last.at("reason"))),
-             {"correct it and publish it again; docs/state.md says what a document may hold"}});
-   }
-
-   Json const& master = status.at("agentx");
-   if (!master.is_null()) {
-      bool const connected = master.at("state") == "connected";
-      findings.push_back({connected, fmt::format("the AgentX master at {} is {} since {}", text(master.at("master")),
-                                                 text(master.at("state")), text(master.at("since")))});
-      if (!connected) findings.back().remedy = {text(master.at("lastError"))};
-   }
-   return findings;
+   return report;
 }
 
-Findings checkAgent(PublishOptions const& options) {
+AgentReport checkAgent(PublishOptions const& options) {
    Json answer;
    try {
       answer = PublishSocket(options).ask("{\"$status\":null}");
    } catch (AgentError const& error) {
-      return {{false,
-               error.what(),
-               {fmt::format("mplsted --publish {} ..., or a line in mplsted.conf:", options.path),
-                fmt::format("  mplstePublish {}", options.path), "  mplstePublishAllow uid:0",
-                "  mplstePublishAllow gid:mplste"}}};
+      return {{{false,
+                error.what(),
+                {fmt::format("mplsted --publish {} ..., or a line in mplsted.conf:", options.path),
+                 fmt::format("  mplstePublish {}", options.path), "  mplstePublishAllow uid:0",
+                 "  mplstePublishAllow gid:mplste"}}}};
    }
    return checkStatus(answer.at("status"));
 }
+
+namespace {
+
+/// The line by which snmpd lets `user` connect: the socket's mode, its directory's, the socket's owner and group.
+std::string permissionsFor(User const& user) {
+   return fmt::format("  agentXPerms 0660 0755 Debian-snmp {}", user.group);
+}
+
+}  // namespace
 
 Findings checkMasterSocket(std::filesystem::path const& socket, User const& user) {
    auto const barrier = barrierOn(socket, user);
@@ -89,13 +114,11 @@ Findings checkMasterSocket(std::filesystem::path const& socket, User const& user
       case Barrier::Kind::missing:
       case Barrier::Kind::noSocket:
          finding.remedy = {"start snmpd, with these lines in snmpd.conf:", "  master agentx",
-                           fmt::format("  agentXSocket unix:{}", socket.string())};
+                           fmt::format("  agentXSocket unix:{}", socket.string()), permissionsFor(user)};
          break;
       case Barrier::Kind::closedDirectory:
       case Barrier::Kind::closedSocket:
-         // The second mode is the directory's.
-         finding.remedy = {"in snmpd.conf, and start snmpd again:",
-                           fmt::format("  agentXPerms 0660 0755 Debian-snmp {}", user.name)};
+         finding.remedy = {"in snmpd.conf, and start snmpd again:", permissionsFor(user)};
          break;
    }
    return {finding};

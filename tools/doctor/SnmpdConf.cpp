@@ -6,10 +6,7 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <fstream>
 #include <sstream>
 
 namespace Tools::Doctor {
@@ -103,15 +100,12 @@ std::vector<std::string> SnmpdConf::hidingViews() const {
    return hiding;
 }
 
-Findings checkSnmpd(std::filesystem::path const& file) {
-   std::ifstream text(file);
-   if (!text) return {{true, fmt::format("{}: {}; no snmpd to serve through", file.string(), std::strerror(errno))}};
-   SnmpdConf const conf(text);
+Findings checkSnmpd(std::filesystem::path const& file, SnmpdConf const& conf, bool loaded) {
    Findings findings;
-   if (conf.takesSubagents()) {
-      findings.push_back({true, fmt::format("{}: snmpd takes subagents", file.string())});
-   } else if (conf.loadsMplste()) {
+   if (loaded || conf.loadsMplste()) {
       findings.push_back({true, fmt::format("{}: snmpd loads mplste", file.string())});
+   } else if (conf.takesSubagents()) {
+      findings.push_back({true, fmt::format("{}: snmpd takes subagents", file.string())});
    } else {
       findings.push_back(
             {false,

@@ -41,7 +41,7 @@ class SnmpdConf {
    std::vector<std::string> given_;  // views that a community or user is given
 };
 
-/// Whether `file` is fit for serving the tables through that snmpd.
-Findings checkSnmpd(std::filesystem::path const& file);
+/// Whether a snmpd that is configured so is fit for serving the tables. `loaded`: mplste runs inside it.
+Findings checkSnmpd(std::filesystem::path const& file, SnmpdConf const& conf, bool loaded);
 
 }  // namespace Tools::Doctor

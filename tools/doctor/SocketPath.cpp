@@ -17,8 +17,13 @@ namespace {
 constexpr char const* kServiceUser = "mplste";
 constexpr mode_t kPermissions = 07777;
 
+std::string groupName(gid_t number) {
+   group const* const entry = getgrgid(number);
+   return entry ? entry->gr_name : fmt::format("{}", number);
+}
+
 User userOf(passwd const& entry) {
-   User user{entry.pw_name, entry.pw_uid, std::vector<gid_t>(16)};
+   User user{entry.pw_name, entry.pw_uid, groupName(entry.pw_gid), std::vector<gid_t>(16)};
    int count = static_cast<int>(user.groups.size());
    if (getgrouplist(entry.pw_name, entry.pw_gid, user.groups.data(), &count) < 0) {
       user.groups.resize(count);
@@ -49,7 +54,7 @@ User User::named(std::string const& name) {
 User User::ofService() {
    if (passwd const* const service = getpwnam(kServiceUser)) return userOf(*service);
    if (passwd const* const own = getpwuid(geteuid())) return userOf(*own);
-   return {fmt::format("with the number {}", geteuid()), geteuid(), {getegid()}};
+   return {fmt::format("with the number {}", geteuid()), geteuid(), groupName(getegid()), {getegid()}};
 }
 
 std::optional<Barrier> barrierOn(std::filesystem::path const& path, User const& user) {

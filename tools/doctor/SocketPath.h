@@ -14,6 +14,7 @@ namespace Tools::Doctor {
 struct User {
    std::string name;
    uid_t uid;
+   std::string group;  ///< the first of them, by name; its number when it has none
    std::vector<gid_t> groups;
 
    /// The user of that name. Throws NotFound.

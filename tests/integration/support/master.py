@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """A stock snmpd on loopback, with a configuration of the test and nothing of the machine's."""
 
+import re
 import signal
 import subprocess
 from pathlib import Path
@@ -74,10 +75,14 @@ class Snmpd:
 
 
 class Master(Snmpd):
-    """One that takes subagents."""
+    """One that takes subagents, as snmpd.conf beside this file says."""
 
-    def __init__(self, folder, *lines, socket=None, access=ACCESS):
-        """socket: where subagents find it, instead of a unix socket in folder."""
+    def __init__(self, folder, *lines, socket=None, access=None):
+        """socket: where subagents find it, instead of a unix socket in folder. access: who may read what, instead of
+        what the file says."""
         self.socket = socket or f"unix:{folder}/agentx"
-        super().__init__(folder, "master agentx", f"agentXSocket {self.socket}", "agentXPerms 0660 0755", *lines,
-                         access=access)
+        text = Path(__file__).with_name("snmpd.conf").read_text(encoding="utf-8")
+        text = re.sub("^agentXSocket .*$", f"agentXSocket {self.socket}", text, flags=re.MULTILINE)
+        if access is not None:
+            text = re.sub("^r[ow]community .*$", "", text, flags=re.MULTILINE)
+        super().__init__(folder, text, *lines, access=access or "")

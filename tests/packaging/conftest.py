@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""An installed mplste for the tests of a file."""
+"""What is installed, for the tests of a file: in a folder, or as packages."""
 
 import os
 import subprocess
@@ -20,3 +20,13 @@ def prefix(tmp_path_factory):
     subprocess.run(["cmake", "--install", BUILD, "--prefix", folder / "first"], check=True, stdout=subprocess.DEVNULL)
     (folder / "first").rename(folder / "mplste")
     return folder / "mplste"
+
+
+@pytest.fixture(scope="session")
+def packages(tmp_path_factory):
+    """The files of both packages, by name."""
+    folder = tmp_path_factory.mktemp("packages")
+    subprocess.run(["cpack", "--config", BUILD / "CPackConfig.cmake", "-B", folder], check=True, stdout=subprocess.DEVNULL)
+    found = {file.name.split("_")[0]: file for file in folder.glob("*.deb")}
+    assert sorted(found) == ["mplste", "mplste-dev"]
+    return found

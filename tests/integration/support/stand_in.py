@@ -58,9 +58,9 @@ def hops(hop_list, path, addresses):
     return variables
 
 
-def await_true(condition, what):
+def await_true(condition, what, seconds=DEADLINE):
     """The first true value of condition(), which must come before long."""
-    deadline = time.monotonic() + DEADLINE
+    deadline = time.monotonic() + seconds
     while True:
         result = condition()
         if result:

@@ -46,7 +46,8 @@ netsnmp_session* openManager(std::string address) {
    session.peername = address.data();
    session.community = community;
    session.community_len = sizeof community - 1;
-   return snmp_open(&session);
+   if (auto* const opened = snmp_open(&session)) return opened;
+   throw std::runtime_error("cannot open a session to " + address);
 }
 
 std::string addressText(std::string const& octets) {

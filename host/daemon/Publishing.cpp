@@ -4,6 +4,8 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "host/daemon/Options.h"
@@ -38,24 +40,36 @@ Publish::Handlers handlersOf(Status& status, Log& log) {
    };
 }
 
+// Descriptors for all but publishers: net-snmp's sockets, files, the module's.
+constexpr rlim_t kOtherDescriptors = 256;
+
+rlimit descriptorLimit() {
+   rlimit limit{};
+   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) throw std::system_error(errno, std::generic_category(), "getrlimit");
+   return limit;
+}
+
+/// As many as are usual, if so many leave enough descriptors for the rest of the process.
+std::size_t mostConnections() {
+   rlim_t const all = descriptorLimit().rlim_cur;
+   return std::min<rlim_t>(Publish::Limits{}.connections, all - std::min(kOtherDescriptors, all / 2));
+}
+
 Publish::Server::Options serverOptions(PublishOptions const& options) {
    return {.socket = {options.path, options.mode, options.owner, options.group},
            .access = options.allowed.empty() ? Publish::Access() : Publish::Access(options.allowed),
-           .limits = {.longestLine = options.longestLine << 20U}};
+           .limits = {.longestLine = options.longestLine << 20U, .connections = mostConnections()}};
 }
 
-/// Of the descriptors that this process may have, as many as connections may be made and some for the rest.
-void makeRoomFor(std::size_t connections) {
-   constexpr rlim_t kOthers = 256;
-   rlimit limit{};
-   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-   rlim_t const wanted = std::min<rlim_t>(connections + kOthers, limit.rlim_max);
+}  // namespace
+
+void makeRoomForPublishers() {
+   rlimit limit = descriptorLimit();
+   rlim_t const wanted = std::min<rlim_t>(Publish::Limits{}.connections + kOtherDescriptors, limit.rlim_max);
    if (limit.rlim_cur >= wanted) return;
    limit.rlim_cur = wanted;
    setrlimit(RLIMIT_NOFILE, &limit);
 }
-
-}  // namespace
 
 Publishing::Publishing(PublishOptions const& options, Store::ChangeQueue& queue, Store::StateStore const& store,
                        Status& status, Log& log, Loop::ErrorHandler failed)
@@ -63,7 +77,6 @@ Publishing::Publishing(PublishOptions const& options, Store::ChangeQueue& queue,
         server_(serverOptions(options), queue, store, handlersOf(status, log)),
         watch_(
               server_.descriptor(), [this] { server_.handleReadable(); }, std::move(failed)) {
-   makeRoomFor(Publish::Limits{}.connections);
    status_.sources().publish = &server_;
 }
 

@@ -9,6 +9,10 @@
 
 namespace Daemon {
 
+/// Raises this process's limit of open files, as far as it may, for as many connections of publishers as are usual. For
+/// a process of ours only: where the process is somebody else's, there are fewer connections instead.
+void makeRoomForPublishers();
+
 /// Publishing over a socket (`--publish`) as this agent does it: the server in net-snmp's event loop, with its answers
 /// to what operators ask.
 class Publishing {

@@ -16,6 +16,7 @@
 #include "host/daemon/Notify.h"
 #include "host/daemon/Options.h"
 #include "host/daemon/OwnModule.h"
+#include "host/daemon/Publishing.h"
 #include "host/daemon/Ready.h"
 #include "host/daemon/Settings.h"
 #include "host/daemon/SnmpAgent.h"
@@ -139,6 +140,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
                           .stateFile = options.state,
                           .countersName = options.counters,
                           .addresses = agent.addresses()});
+   if (!options.publish.path.empty()) Daemon::makeRoomForPublishers();
    if (subagent) status.sources().master = [&subagent] { return subagent->status(); };
    Daemon::StateSource state(options, store, status, log, failed);
 

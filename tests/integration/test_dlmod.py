@@ -7,6 +7,7 @@ Not with the sanitizers: a stock snmpd has none to load the library into."""
 import json
 import os
 import re
+import resource
 import shutil
 import signal
 import subprocess
@@ -17,6 +18,7 @@ from support.ber import NO_SUCH_OBJECT
 from support.manager import Manager
 from support.master import SNMPD, Snmpd
 from support.mplsted import BUILD, HEAD_END, SOURCE, Mplsted
+from support.publisher import Publisher
 from support.stand_in import await_true
 from support.state import merged
 from support.tree import EXPECTED, ROOT
@@ -118,6 +120,48 @@ def test_snmpd_is_as_it_was_when_mplste_has_gone(host, manager):
     host.process.send_signal(signal.SIGHUP)
     host.await_ready(times + 1)
     assert list(manager.walk(ROOT)) == [oid for oid, _ in EXPECTED]
+
+
+def of_the_process(host):
+    """What belongs to all that runs in a process: its limits, rights, signals, file mode mask, environment, folder."""
+    process = Path(f"/proc/{host.process.pid}")
+    status = process.joinpath("status").read_text(encoding="utf-8")
+    return (re.findall(r"^(?:Sig(?:Blk|Ign|Cgt)|Cap...|Uid|Gid|Groups|Umask|NoNewPrivs|Seccomp|Threads):.*$", status, re.M),
+            process.joinpath("limits").read_text(encoding="utf-8"), process.joinpath("environ").read_bytes(),
+            process.joinpath("cwd").readlink(), process.joinpath("oom_score_adj").read_text(encoding="utf-8"))
+
+
+def test_it_changes_nothing_that_belongs_to_the_whole_process(tmp_path):
+    host = Host(tmp_path)
+    host.configure()
+    with host:
+        resource.prlimit(host.process.pid, resource.RLIMIT_NOFILE, (1024, 4096))   # more than that would be of use
+        alone = of_the_process(host)
+        host.loads(f"mplstePublish {tmp_path}/publish.sock", "mplsteCounters mplste-nobody-counts", "mplsteTrace Tallies=0-2")
+        host.read_again()
+        assert Path(f"{tmp_path}/publish.sock").is_socket()
+        assert of_the_process(host) == alone
+
+
+def test_publishers_leave_snmpd_the_descriptors_that_it_needs(tmp_path):
+    host = Host(tmp_path, f"mplstePublish {tmp_path}/publish.sock")
+    with host:
+        host.await_ready()
+        limit = 512
+        resource.prlimit(host.process.pid, resource.RLIMIT_NOFILE, (limit, limit))
+        host.read_again()
+        publishers = []
+        while True:
+            publishers.append(Publisher(tmp_path / "publish.sock"))
+            answer = publishers[-1].ask({})
+            if not answer["ok"]:
+                break
+        assert answer["error"] == f"there are {len(publishers) - 1} connections already"
+        assert len(publishers) - 1 == limit - 256
+        manager = Manager(host.address)
+        assert manager.value(NAME)[1] == b"to-paris"
+        for connection in (manager, *publishers):
+            connection.close()
 
 
 def test_loaded_and_unloaded_a_hundred_times_it_does_not_grow(host, manager):

@@ -67,7 +67,8 @@ TEST(HashMap2018Test, keepsInsertionOrderAlsoWhenAValueIsReplaced) {
 
 // A map of up to 8 entries is searched in line, a larger one through an index.
 class HashMap2018SizeTest : public testing::TestWithParam<std::uint32_t> {};
-INSTANTIATE_TEST_SUITE_P(aroundTheIndex, HashMap2018SizeTest, testing::Values(1, 7, 8, 9, 10, 17, 18, 1000));
+INSTANTIATE_TEST_SUITE_P(aroundTheIndex, HashMap2018SizeTest,
+                         testing::Values(1, 7, 8, 9, 10, 17, 18, 1000, 1025, 4095, 4096, 4097, 9000));
 
 TEST_P(HashMap2018SizeTest, growsAndShrinksWithEveryKeyFoundOnTheWay) {
    std::uint32_t const size = GetParam();

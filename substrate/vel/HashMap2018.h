@@ -6,17 +6,20 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <ranges>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "substrate/vel/ChunkedVector.h"
 #include "substrate/vel/Hasher.h"
 #include "substrate/vel/WorkCounter.h"
 
 namespace Vel {
 
 /// A hash map that keeps insertion order: a dense vector of entries, in order of insertion, with a hash index over it
-/// once it has more than a handful of them (a small map costs one allocation).
+/// once it has more than a handful of them (a small map costs one allocation). A large one grows a piece at a time, so
+/// that no insertion takes noticeably longer than another.
 ///
 /// Every entry has a number, never used again, that grows in order of insertion. It makes iteration robust and gives
 /// scans their bookmark: an iterator goes on behind the last number that it visited, whatever was inserted, erased or
@@ -96,8 +99,8 @@ class HashMap2018 {
       }
       slots_.push_back(Slot{nextNumber_++, true, Entry{key, std::move(value)}});
       ++live_;
-      if (index_) {
-         index_->insert(static_cast<Position>(slots_.size() - 1));
+      if (index_ && (live_ < kUndivided || index_->divided())) {
+         index_->part(hashOf(key)).insert(static_cast<Position>(slots_.size() - 1));
       } else if (live_ > kUnindexed) {
          reindex();
       } else if (slots_.size() > kUnindexed) {
@@ -110,7 +113,7 @@ class HashMap2018 {
    bool erase(K const& key) {
       std::size_t const position = locate(key);
       if (position == kAbsent) return false;
-      if (index_) index_->erase(static_cast<Position>(position));
+      if (index_) index_->part(hashOf(key)).erase(static_cast<Position>(position));
       // The entry is destroyed only after the map is in order again: its destruction may come back to this map.
       [[maybe_unused]] Entry const removed = std::exchange(slots_[position].entry, Entry{});
       slots_[position].alive = false;
@@ -124,7 +127,7 @@ class HashMap2018 {
    }
 
    void clear() {
-      [[maybe_unused]] std::vector<Slot> const removed = std::exchange(slots_, {});
+      [[maybe_unused]] Slots const removed = std::exchange(slots_, {});
       index_.reset();
       live_ = 0;
       firstLive_ = 0;
@@ -161,15 +164,35 @@ class HashMap2018 {
       bool operator()(KeyView view, Position a) const { return map->slots_[a].entry.key == view.key; }
    };
    // Hashes are stored, so that growing the index does not hash every key again.
-   using Index = tsl::hopscotch_set<Position, Hash, Equal, std::allocator<Position>, 30, true>;
+   using Part = tsl::hopscotch_set<Position, Hash, Equal, std::allocator<Position>, 30, true>;
+   /// The hash index. A large one is divided by the hash: its parts grow one by one.
+   class Index {
+    public:
+      Index(HashMap2018 const& map, std::size_t capacity)
+            : parts_(capacity < kUndivided ? 1 : kParts,
+                     Part(capacity < kUndivided ? capacity : capacity / kParts, Hash{&map}, Equal{&map})) {}
+
+      bool divided() const { return parts_.size() != 1; }
+      // A part looks at the low bits of the hash.
+      Part& part(std::uint32_t hash) { return parts_[(hash >> kPartShift) & (parts_.size() - 1)]; }
+
+    private:
+      static constexpr std::size_t kParts = 64;
+      static constexpr unsigned kPartShift = 26;
+      std::vector<Part> parts_;
+   };
+   using Slots = ChunkedVector<Slot>;
 
    static constexpr std::size_t kAbsent = ~std::size_t{0};
    static constexpr std::size_t kUnindexed = 8;
+   static constexpr std::size_t kUndivided = 4096;
 
    std::size_t locate(K const& key) const {
       if (index_) {
-         auto const found = index_->find(KeyView{key});
-         return found == index_->end() ? kAbsent : *found;
+         auto const hash = hashOf(key);
+         Part const& part = index_->part(hash);
+         auto const found = part.find(KeyView{key}, hash);
+         return found == part.end() ? kAbsent : *found;
       }
       for (std::size_t position = 0; position < slots_.size(); ++position) {
          if (slots_[position].alive && slots_[position].entry.key == key) return position;
@@ -185,8 +208,8 @@ class HashMap2018 {
    /// Position of the slot with this number; `guess` is where it was last.
    std::size_t positionOf(Bookmark number, std::size_t guess) const {
       if (guess < slots_.size() && slots_[guess].number == number) return guess;
-      auto const byNumber = [](Slot const& slot, Bookmark wanted) { return slot.number < wanted; };
-      return std::lower_bound(slots_.begin(), slots_.end(), number, byNumber) - slots_.begin();
+      auto const numberAt = [this](std::size_t position) { return Bookmark{slots_[position].number}; };
+      return *std::ranges::lower_bound(std::views::iota(std::size_t{0}, slots_.size()), number, {}, numberAt);
    }
 
    std::size_t positionAfter(Bookmark number, std::size_t guess) const {
@@ -198,21 +221,27 @@ class HashMap2018 {
    /// Drops the slots of erased entries.
    void compact() {
       collectionNodesVisited += slots_.size();
-      std::erase_if(slots_, [](Slot const& slot) { return !slot.alive; });
+      std::size_t kept = 0;
+      for (std::size_t position = 0; position < slots_.size(); ++position) {
+         if (!slots_[position].alive) continue;
+         if (kept != position) slots_[kept] = std::move(slots_[position]);
+         ++kept;
+      }
+      slots_.truncate(kept);
       firstLive_ = 0;
       index_.reset();
       if (slots_.size() > kUnindexed) reindex();
    }
 
    void reindex() {
-      collectionNodesVisited += slots_.size();
-      index_ = std::make_unique<Index>(slots_.size() * 2, Hash{this}, Equal{this});
+      index_ = std::make_unique<Index>(*this, slots_.size() * 2);
       for (std::size_t position = 0; position < slots_.size(); ++position) {
-         if (slots_[position].alive) index_->insert(static_cast<Position>(position));
+         if (!slots_[position].alive) continue;
+         index_->part(hashOf(slots_[position].entry.key)).insert(static_cast<Position>(position));
       }
    }
 
-   std::vector<Slot> slots_;
+   Slots slots_;
    std::unique_ptr<Index> index_;
    Position live_ = 0;
    Position firstLive_ = 0;  // no slot before it is alive

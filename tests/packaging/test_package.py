@@ -90,7 +90,7 @@ def test_only_the_configuration_is_the_administrator_s(packages):
 
 def test_dependencies_are_those_of_the_programs(packages):
     depends = field(packages["mplste"], "Depends")
-    for library in ("libc6", "libsnmp40", "libfmt9", "libstdc++6"):
+    for library in ("libc6", "libsnmp40", "libfmt9", "libmimalloc2.0", "libstdc++6"):
         assert re.search(rf"(^|, ){re.escape(library)}( |,|$)", depends), depends
     assert "libmplste" not in depends and "-dev" not in depends
     assert f"mplste (= {version()})" in field(packages["mplste-dev"], "Depends")

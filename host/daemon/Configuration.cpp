@@ -2,6 +2,7 @@
 #include "host/daemon/Configuration.h"
 
 #include <fmt/format.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <array>
@@ -66,12 +67,13 @@ void setSearchPath(std::vector<fs::path> const& directories) {
    unsetenv("SNMPCONFPATH");
 }
 
-/// net-snmp 5.9 crashes on a createUser line that names an authentication protocol and no passphrase.
+/// net-snmp 5.9 crashes on a createUser line that names an authentication protocol and no passphrase. Tokens are the
+/// same in large and in small letters.
 bool lacksPassphrase(std::string const& line) {
    std::istringstream text(line);
    std::vector<std::string> words;
    for (std::string word; text >> std::quoted(word);) words.push_back(word);
-   if (words.empty() || words.front() != "createUser") return false;
+   if (words.empty() || strcasecmp(words.front().c_str(), "createUser") != 0) return false;
    std::size_t const user = words.size() > 1 && words[1] == "-e" ? 3 : 1;
    return words.size() == user + 2;
 }

@@ -66,6 +66,8 @@ std::string valueOf(std::string_view text) {
    std::string value;
    std::string rest;
    words >> std::quoted(value);
+   // It is read up to the closing mark, and no further.
+   if (words.eof()) throw std::invalid_argument("there is no quotation mark behind the value");
    if (words >> rest) throw std::invalid_argument(fmt::format("there is more behind the value: {}", rest));
    return value;
 }

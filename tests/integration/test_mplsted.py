@@ -125,6 +125,7 @@ def test_what_only_informs_ends_at_once(tmp_path, option, text):
     ("rocommunity public\nview all included .1.3.six\n", "line 2: Error: bad SUBTREE object id"),
     ("rocommunity public\n\n createUser operator SHA\n",
      "line 3: Error: createUser wants a passphrase behind the authentication protocol"),
+    ("CREATEUSER operator SHA\n", "line 1: Error: createUser wants a passphrase behind the authentication protocol"),
     ('createUser -e 0x80001f88 "the operator" "SHA-256"\n',
      "line 1: Error: createUser wants a passphrase behind the authentication protocol"),
     ("agentaddress udp:127.0.0.1:0\n", "it lets nobody in; add a line such as: rocommunity public 127.0.0.1"),

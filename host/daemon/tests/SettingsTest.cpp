@@ -66,7 +66,9 @@ TEST_F(FileSettingsTest, aValueWithSpacesMayBeQuoted) {
 }
 
 TEST_F(FileSettingsTest, aWrongLineIsLeftOut) {
-   read("mplsteCountersOwner root\nmplsteTrace MplsSnmp\nmplsteLog file\nmplsteState \"a\" b\nmplsteContext \"\"\n");
+   read("mplsteCountersOwner root\nmplsteTrace MplsSnmp\nmplsteLog file\nmplsteState \"a\" b\nmplsteState \"a "
+        "b\nmplsteState \"\n"
+        "mplsteContext \"\"\n");
    auto const options = settings_.merged({});
    EXPECT_FALSE(options.countersOwner);
    EXPECT_THAT(options.traces, IsEmpty());

@@ -125,7 +125,7 @@ void SnmpAgent::listen(std::string const& address) {
    addresses_.push_back(boundAddress(socket, address));
 }
 
-void SnmpAgent::reconfigure(Configuration& configuration, Log& log) {
+void SnmpAgent::reconfigure(Configuration& configuration, Log& log, std::function<void()> const& check) {
    auto const read = [&] {
       configuration.look();
       netSnmpLog_.keep();
@@ -135,7 +135,11 @@ void SnmpAgent::reconfigure(Configuration& configuration, Log& log) {
       read_configs();
       return configuration.checked(netSnmpLog_.kept());
    };
-   if (auto const refusal = trial([&] { read(); })) throw ConfigurationError(*refusal);
+   auto const tryIt = [&] {
+      read();
+      check();
+   };
+   if (auto const refusal = trial(tryIt)) throw ConfigurationError(*refusal);
 
    std::vector<std::string> const former = configuredAddresses();
    for (std::string const& complaint : read()) log.warn(complaint);

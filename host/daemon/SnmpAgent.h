@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,8 +39,9 @@ class SnmpAgent {
    std::vector<std::string> const& addresses() const { return addresses_; }
 
    /// Reads the configuration again, as far as net-snmp can do that while it runs. Tries it before it touches anything:
-   /// throws std::runtime_error when the new one cannot be used, and then the old one holds.
-   void reconfigure(Configuration& configuration, Log& log);
+   /// throws std::runtime_error when the new one cannot be used, and then the old one holds. `check` throws when what
+   /// has been read is no use to others than net-snmp.
+   void reconfigure(Configuration& configuration, Log& log, std::function<void()> const& check);
 
    /// Answers requests, watches descriptors and sleeps in between, until `stop`. Throws std::runtime_error after
    /// `fail`.

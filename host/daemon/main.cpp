@@ -152,8 +152,10 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    auto const reload = [&] {
       notify.reloading();
       try {
-         agent.reconfigure(configuration, log);
-         applyTo(log, merged(settings, commandLine));
+         agent.reconfigure(configuration, log, [&] { merged(settings, commandLine); });
+         auto const changed = merged(settings, commandLine);
+         applyTo(log, changed);
+         warnOfUnknownHandles(changed.traces, log);
          for (auto const token : settings.waiting()) {
             log.warn(fmt::format("{}: the change takes effect at the next start", token));
          }

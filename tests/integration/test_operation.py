@@ -193,6 +193,26 @@ def test_a_configuration_that_cannot_be_used_changes_nothing(mplsted, tmp_path, 
     assert name_at(daemon) == '"to-paris"\n'
 
 
+def test_nor_does_one_that_serves_nothing(tmp_path):
+    """Rights are not read from one file and the rest from another."""
+    serves = f"mplsteState {HEAD_END}\n"
+    daemon = Mplsted(tmp_path, access=ACCESS + serves, file=False)
+    with daemon:
+        configure(tmp_path, ACCESS.replace("public", "changed"))
+        reload(daemon, r"error: --state or --publish is required, .*; the configuration stays as it was")
+        assert name_at(daemon) == '"to-paris"\n'
+        configure(tmp_path, ACCESS.replace("public", "changed") + serves)
+        reload(daemon, "info: the configuration has been read again")
+        assert name_at(daemon, ("-v2c", "-c", "changed")) == '"to-paris"\n'
+
+
+def test_a_trace_of_nothing_is_said_when_the_configuration_is_read_again(mplsted, tmp_path):
+    daemon = mplsted()
+    configure(tmp_path, ACCESS + "mplsteTrace nothing=1\n")
+    reload(daemon, "info: the configuration has been read again")
+    assert " warning: --trace nothing: nothing traces under that name so far, but" in daemon.log()
+
+
 def test_without_a_file_one_that_comes_is_found(mplsted, tmp_path):
     (tmp_path / "conf").mkdir()
     daemon = mplsted(access=None, SNMPCONFPATH=f"{tmp_path}/conf")

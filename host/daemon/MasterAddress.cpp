@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -32,8 +33,17 @@ bool behind(std::string_view text, std::string_view prefix, std::string& rest) {
    return true;
 }
 
+constexpr unsigned kHighestPort = 65535;
+
 bool isNumber(std::string_view text) {
    return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// getaddrinfo would take any number, and cut it.
+bool isPort(std::string_view text) {
+   unsigned port = 0;
+   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+   return error == std::errc() && end == text.data() + text.size() && port > 0 && port <= kHighestPort;
 }
 
 /// With numbers: a name may have to be asked for in the network, and nothing here is to wait.
@@ -58,8 +68,10 @@ fs::path closedDirectory(fs::path const& path) {
 MasterAddress::MasterAddress(std::string_view text) {
    std::string const first(text.substr(0, text.find(',')));
    std::string rest;
-   if (behind(first, "unix:", rest) || first.starts_with('/')) {
-      unixAddressIs(rest.empty() ? first : rest);
+   if (first.starts_with('/')) {
+      unixAddressIs(first);
+   } else if (behind(first, "unix:", rest) && !rest.empty()) {
+      unixAddressIs(rest);
    } else if (behind(first, "tcp6:", rest)) {
       tcpAddressIs(rest, AF_INET6);
    } else if (behind(first, "tcp:", rest)) {
@@ -106,7 +118,7 @@ void MasterAddress::tcpAddressIs(std::string const& hostAndPort, int family) {
    hints.ai_family = family;
    hints.ai_socktype = SOCK_STREAM;
    addrinfo* found = nullptr;
-   int const result = isNumber(port) ? getaddrinfo(host.c_str(), port.c_str(), &hints, &found) : EAI_SERVICE;
+   int const result = isPort(port) ? getaddrinfo(host.c_str(), port.c_str(), &hints, &found) : EAI_SERVICE;
    std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> const guard(found, &freeaddrinfo);
    if (result != 0) throw AddressError(fmt::format("{}: {}", text_, gai_strerror(result)));
    std::memcpy(&address_, found->ai_addr, found->ai_addrlen);

@@ -43,10 +43,12 @@ TEST(MasterAddress, ofAListTheFirstCounts) {
 }
 
 TEST(MasterAddress, whatIsNoneIsRefused) {
-   for (char const* const text : {"", "udp:127.0.0.1:705", "agentx", "::1", "tcp"}) {
+   for (char const* const text : {"", "udp:127.0.0.1:705", "agentx", "::1", "tcp", "unix:"}) {
       EXPECT_THAT(refusal(text), StartsWith(std::string(text) + ": this is no address of an AgentX master; "));
    }
    EXPECT_THAT(refusal("tcp:127.0.0.1:port"), StartsWith("tcp:127.0.0.1:port: "));
+   EXPECT_THAT(refusal("tcp:127.0.0.1:65536"), StartsWith("tcp:127.0.0.1:65536: "));
+   EXPECT_THAT(refusal("tcp:127.0.0.1:0"), StartsWith("tcp:127.0.0.1:0: "));
    EXPECT_THAT(refusal("tcp:127.0.0.1:"), StartsWith("tcp:127.0.0.1:: "));
    EXPECT_THAT(refusal("tcp:256.0.0.1:705"), StartsWith("tcp:256.0.0.1:705: "));
    EXPECT_THAT(refusal("/" + std::string(200, 'x')), HasSubstr("at most 107 characters"));

@@ -28,12 +28,6 @@ constexpr long kReasonShutdown = 5;
 /// net-snmp must not find a request overdue: that is for us to say.
 constexpr long kNoTimeout = 1000L * 1000 * 1000 * 1000;
 
-std::string masterOf(std::string_view given) {
-   if (!given.empty()) return std::string(given);
-   char const* const configured = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET);
-   return configured ? configured : Subagent::kDefaultMaster;
-}
-
 std::chrono::seconds pingInterval() {
    return std::chrono::seconds(
          std::max(1, netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL)));
@@ -81,10 +75,16 @@ void Subagent::registerConfiguration() {
                               "agentXPingInterval", NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL);
 }
 
+MasterAddress Subagent::masterAt(std::string_view master) {
+   if (!master.empty()) return MasterAddress(master);
+   char const* const configured = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET);
+   return MasterAddress(configured ? configured : kDefaultMaster);
+}
+
 Subagent::Subagent(std::string_view master, Log& log, Loop::ErrorHandler failed)
       : log_(log),
         failed_(std::move(failed)),
-        address_(masterOf(master)),
+        address_(masterAt(master)),
         status_{.master = address_.text()},
         interval_(pingInterval()),
         timer_([this] { tick(); }, failed_) {

@@ -33,8 +33,11 @@ class Subagent {
    /// asked whether it is there. To be called before the configuration is read.
    static void registerConfiguration();
 
-   /// `master`: its address, or empty: agentXSocket of the configuration, or kDefaultMaster. To be made when the agent
-   /// has been made, and before what is to be served is registered. Exists once. Throws AddressError.
+   /// Where `master` is; empty: agentXSocket of the configuration, or kDefaultMaster. Throws AddressError.
+   static MasterAddress masterAt(std::string_view master);
+
+   /// `master`: as for masterAt. To be made when the agent has been made, and before what is to be served is
+   /// registered. Exists once. Throws AddressError.
    Subagent(std::string_view master, Log& log, Loop::ErrorHandler failed);
    /// Closes the session and waits for the master to have taken note, for a second at most.
    ~Subagent();

@@ -28,6 +28,7 @@
 #include "host/loop/Signals.h"
 #include "host/loop/TaskRunner.h"
 #include "host/module/Module.h"
+#include "host/publish/SocketFile.h"
 #include "host/store/StateStore.h"
 
 namespace {
@@ -83,6 +84,8 @@ void check(Daemon::Options const& commandLine) {
    Daemon::Configuration configuration(commandLine.config, [&] { return accessOf(settings.merged(commandLine)); });
    Daemon::SnmpAgent agent(configuration, log);
    auto const options = merged(settings, commandLine);
+   if (options.agentx) Daemon::Subagent::masterAt(*options.agentx);
+   if (!options.publish.path.empty()) Publish::SocketFile::check(options.publish.path);
 
    std::string refusal;
    Store::ChangeQueue changes(store);

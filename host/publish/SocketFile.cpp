@@ -70,8 +70,10 @@ class DirectoryLock {
 
 }  // namespace
 
+void SocketFile::check(std::string const& path) { addressOf(path); }
+
 SocketFile::SocketFile(Options options) : options_(std::move(options)) {
-   addressOf(options_.path);
+   check(options_.path);
    try {
       DirectoryLock const lock(options_.path);
       makeRoom();

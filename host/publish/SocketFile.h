@@ -33,6 +33,9 @@ class SocketFile {
       std::optional<gid_t> group{};
    };
 
+   /// Whether a socket can have this path at all. Throws SocketError when it cannot.
+   static void check(std::string const& path);
+
    /// Listens. Throws SocketError.
    explicit SocketFile(Options options);
    ~SocketFile();

@@ -111,6 +111,9 @@ def test_a_check_disturbs_no_agent_that_runs(mplsted, tmp_path):
     ("{}", ACCESS + "rocomunity x\n", [], 1, r".*/access\.conf: line 5: Warning: Unknown token: rocomunity\."),
     ("{}", ACCESS, ["--module", "/none.so"], 1, r"cannot load the module: /none\.so: .*"),
     ("{}", ACCESS, ["--counters", "a/b"], 1, r".*a/b.*"),
+    ("{}", ACCESS + "mplsteAgentX pigeon\n", [], 1, r"pigeon: this is no address of an AgentX master; .*"),
+    ("{}", ACCESS + "agentXSocket pigeon\n", ["--agentx"], 1, r"pigeon: this is no address of an AgentX master; .*"),
+    ("{}", ACCESS, ["--publish", "/" + "x" * 120], 1, r"cannot publish at /x+: the path of a socket has at most 107 octets"),
     ("{}", ACCESS, ["--log", "file"], 2, r"--log file: it must be stderr or syslog"),
 ])
 def test_a_check_says_what_is_wrong(tmp_path, state, access, arguments, code, complaint):

@@ -31,10 +31,11 @@ Publish::Handlers handlersOf(Status& status, Log& log) {
                },
          .done =
                [&status, &log](Publish::Peer const& peer, Store::ChangeQueue::Outcome const& outcome) {
-                  if (!outcome.refusal) return status.applied(outcome.changed, Clock::now());
-                  status.refused(Publish::toText(peer), *outcome.refusal, Clock::now());
+                  std::string const from = Publish::toText(peer);
+                  if (!outcome.refusal) return status.applied(from, outcome.changed, Clock::now());
+                  status.refused(from, *outcome.refusal, Clock::now());
                   log.repeatable(spdlog::level::warn, kPart,
-                                 fmt::format("refused what {} published: {}", toText(peer), *outcome.refusal));
+                                 fmt::format("refused what {} published: {}", from, *outcome.refusal));
                },
          .complain = [&log](std::string const& line) { log.repeatable(spdlog::level::warn, kPart, line); },
    };

@@ -37,7 +37,8 @@ StateSource::StateSource(Options const& options, Store::StateStore& store, Statu
       begin();
    };
    events.refused = [this, &status, &log, file, failed](std::string const& line) {
-      status.refused(file, line, Clock::now());
+      // Which file it is stands beside the reason.
+      status.refused(file, line.starts_with(file + ": ") ? line.substr(file.size() + 2) : line, Clock::now());
       loaded_ ? log.error(line) : failed(line);
    };
    events.unwatched = [&log](std::string const& line) { log.warn(line); };

@@ -48,10 +48,11 @@ std::string isoTime(std::chrono::system_clock::time_point time) {
 void Status::fileLoaded(std::size_t entries, SystemClock::time_point now) {
    ++loads_;
    lastLoad_ = now;
-   applied(entries, now);
+   applied(sources_.stateFile, entries, now);
 }
 
-void Status::applied(std::size_t entries, SystemClock::time_point now) {
+void Status::applied(std::string_view from, std::size_t entries, SystemClock::time_point now) {
+   if (lastRefusal_ && lastRefusal_->from == from) lastRefusal_->mended = true;
    if (entries != 0) lastChange_ = now;
 }
 
@@ -82,8 +83,10 @@ Json Status::json(SystemClock::time_point now) const {
    }
    json["refused"] = {{"documents", refusals_}, {"last", Json()}};
    if (lastRefusal_) {
-      json["refused"]["last"] = {
-            {"time", isoTime(lastRefusal_->time)}, {"from", lastRefusal_->from}, {"reason", lastRefusal_->reason}};
+      json["refused"]["last"] = {{"time", isoTime(lastRefusal_->time)},
+                                 {"from", lastRefusal_->from},
+                                 {"reason", lastRefusal_->reason},
+                                 {"mended", lastRefusal_->mended}};
    }
    json["tasks"] = Orb::TaskSchedulerRoot::findOrCreateScheduler()->tasksQueued();
    json["work"] = Vel::WorkCounter::readings();

@@ -44,7 +44,7 @@ class Status {
 
    /// What has become of a document, and where it came from: "uid 1000 (gid 998)" or the file's name.
    void fileLoaded(std::size_t entries, SystemClock::time_point now);
-   void applied(std::size_t entries, SystemClock::time_point now);
+   void applied(std::string_view from, std::size_t entries, SystemClock::time_point now);
    void refused(std::string_view from, std::string_view reason, SystemClock::time_point now);
 
    nlohmann::ordered_json json(SystemClock::time_point now) const;
@@ -54,6 +54,7 @@ class Status {
       SystemClock::time_point time;
       std::string from;
       std::string reason;
+      bool mended = false;  // a document that came from there later was accepted
    };
 
    nlohmann::ordered_json stateJson() const;

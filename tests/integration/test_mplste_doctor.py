@@ -127,6 +127,27 @@ def test_a_document_that_was_refused(doctor, tmp_path):
     assert what.startswith("documents were refused (1), the last at ") and "nonsense" in what
 
 
+def test_a_document_that_was_refused_and_published_again(doctor, tmp_path):
+    """The advice is followed, and nothing is left to be mended."""
+    with Mplsted(tmp_path, "--publish", tmp_path / "refusing.sock") as mplsted:
+        with Publisher(tmp_path / "refusing.sock") as publisher:
+            publisher.refusal({"nonsense": {}})
+            publisher.changed({"pathSpec": {}})
+            code, output = doctor(publish=tmp_path / "refusing.sock")
+            assert code == 0, output
+            assert "/nonsense: there is no such collection; what came from there later was accepted\n" in output
+
+            good = mplsted.state.read_text(encoding="utf-8")
+            mplsted.publish("{}}")
+            await_true(lambda: publisher.status()["refused"]["documents"] == 2, "the file to be refused")
+            assert doctor(publish=tmp_path / "refusing.sock")[0] == 2
+            mplsted.publish(good)
+            await_true(lambda: publisher.status()["refused"]["last"]["mended"], "the file to be accepted")
+            code, output = doctor(publish=tmp_path / "refusing.sock")
+            assert code == 0, output
+            assert output.count(str(mplsted.state)) == 2, "as the source, and once in what was refused"
+
+
 def test_a_snmpd_that_takes_no_subagents(doctor):
     code, output = doctor("rocommunity public\n")
     assert code == 2

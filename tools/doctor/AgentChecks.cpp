@@ -41,17 +41,18 @@ Finding countersOf(Json const& counters) {
 
 Finding refusalsOf(Json const& refused) {
    Json const& last = refused.at("last");
-   return {false,
-           fmt::format("documents were refused ({}), the last at {} from {}: {}", refused.at("documents").dump(),
-                       text(last.at("time")), text(last.at("from")), text(last.at("reason"))),
-           {"correct it and publish it again; docs/state.md says what a document may hold"}};
+   auto const what =
+         fmt::format("documents were refused ({}), the last at {} from {}: {}", refused.at("documents").dump(),
+                     text(last.at("time")), text(last.at("from")), text(last.at("reason")));
+   if (last.at("mended") == true) return {true, what + "; what came from there later was accepted", {}};
+   return {false, what, {"correct it and publish it again; docs/state.md says what a document may hold"}};
 }
 
 Finding masterOf(Json const& master) {
    bool const connected = master.at("state") == "connected";
    Finding finding{connected, fmt::format("the AgentX master at {} is {} since {}", text(master.at("master")),
                                           text(master.at("state")), text(master.at("since")))};
-   if (!connected) finding.remedy = {text(master.at("lastError"))};
+   if (!connected && !master.at("lastError").is_null()) finding.remedy = {text(master.at("lastError"))};
    return finding;
 }
 

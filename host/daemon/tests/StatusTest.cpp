@@ -31,8 +31,8 @@ TEST(Status, DocumentsAreNotedAsTheyCome) {
    Status status({}, at(0));
    status.sources().stateFile = "state.json";
    status.fileLoaded(3, at(10));
-   status.applied(1, at(20));
-   status.applied(0, at(30));  // nothing that was not so already
+   status.applied("uid 5 (gid 6)", 1, at(20));
+   status.applied("uid 5 (gid 6)", 0, at(30));  // nothing that was not so already
    status.fileLoaded(0, at(40));
    status.refused("uid 5 (gid 6)", "/pathSpec: no", at(50));
    status.refused("state.json", "the file is empty", at(60));
@@ -41,7 +41,23 @@ TEST(Status, DocumentsAreNotedAsTheyCome) {
              Json::parse(R"({"path": "state.json", "loads": 2, "lastLoad": "1970-01-01T00:00:40Z"})"));
    EXPECT_EQ(json["state"]["lastChange"], "1970-01-01T00:00:20Z");
    EXPECT_EQ(json["refused"], Json::parse(R"({"documents": 2, "last": {"time": "1970-01-01T00:01:00Z",
-                                              "from": "state.json", "reason": "the file is empty"}})"));
+                                              "from": "state.json", "reason": "the file is empty", "mended": false}})"));
+}
+
+TEST(Status, ARefusalIsMendedByWhatComesFromThere) {
+   Status status({}, at(0));
+   status.sources().stateFile = "state.json";
+   auto const mended = [&] { return status.json(at(99))["refused"]["last"]["mended"].get<bool>(); };
+   status.refused("uid 5 (gid 6)", "/pathSpec: no", at(10));
+   status.applied("uid 7 (gid 7)", 1, at(20));
+   status.fileLoaded(1, at(20));
+   EXPECT_FALSE(mended());
+   status.applied("uid 5 (gid 6)", 0, at(30));
+   EXPECT_TRUE(mended());
+   status.refused("state.json", "the file is empty", at(40));
+   EXPECT_FALSE(mended());
+   status.fileLoaded(0, at(50));
+   EXPECT_TRUE(mended());
 }
 
 TEST(Status, TheMasterIsToldOf) {

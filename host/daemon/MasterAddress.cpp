@@ -148,8 +148,8 @@ std::string MasterAddress::remedy(int error) const {
          if (path_.empty()) return {};
          if (fs::path const directory = closedDirectory(path_); !directory.empty()) {
             return fmt::format(
-                  "the directory {} ({}) is closed to us; snmpd opens it with a second mode in "
-                  "snmpd.conf, as in \"agentXPerms 0660 0755\"",
+                  "the directory {0} ({1}) is closed to us; \"chmod o+x {0}\" opens it, and where snmpd makes it a "
+                  "second mode in snmpd.conf, as in \"agentXPerms 0660 0755\"",
                   directory.string(), modeAndOwner(directory));
          }
          return fmt::format(

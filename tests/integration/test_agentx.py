@@ -470,8 +470,8 @@ def test_a_directory_that_is_closed_to_us_is_named(unprivileged, tmp_path):
     wanted = owner(tmp_path / "closed")
     said = unprivileged(tmp_path / "closed" / "deeper" / "agentx")
     (tmp_path / "closed").chmod(0o700)
-    assert said == (f"the directory {tmp_path}/closed ({wanted}) is closed to us; snmpd opens it with a second mode in "
-                    'snmpd.conf, as in "agentXPerms 0660 0755"')
+    assert said == (f'the directory {tmp_path}/closed ({wanted}) is closed to us; "chmod o+x {tmp_path}/closed" opens it, '
+                    'and where snmpd makes it a second mode in snmpd.conf, as in "agentXPerms 0660 0755"')
 
 
 def test_a_socket_that_we_may_not_write_to_is_named(unprivileged, tmp_path):

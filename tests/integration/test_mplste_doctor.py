@@ -3,8 +3,10 @@
 
 import json
 import os
+import re
 import socket
 import subprocess
+import tempfile
 
 import pytest
 from support.master import Master
@@ -194,8 +196,27 @@ def test_a_master_in_a_closed_directory(doctor, master):
     master.parent.chmod(0o755)
     assert code == 2
     [(what, lines)] = remedies(output).items()
-    assert what.endswith("is closed to the user nobody")
-    assert lines[1:] == ["agentXPerms 0660 0755 Debian-snmp nogroup"]
+    [closed] = re.findall(r"^(\S+) \(mode 0700\) is closed to the user nobody$", what)
+    assert master.is_relative_to(closed), "one on the way to it"
+    assert lines[1::2] == [f"chmod o+x {closed}", "agentXPerms 0660 0755 Debian-snmp nogroup"]
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root may give a socket to others")
+def test_a_directory_that_snmpd_has_closed_is_opened_by_what_the_doctor_says(doctor, tmp_path):
+    """snmpd makes the directory for itself alone, and leaves it so when it is configured otherwise later."""
+    with tempfile.TemporaryDirectory() as folder:   # those of pytest are closed themselves
+        os.chmod(folder, 0o755)
+        master = f"{folder}/made/agentx"
+        advice = []
+        for _ in range(2):
+            with Master(tmp_path, *advice, socket=f"unix:{master}") as snmpd:
+                (tmp_path / "snmpd.conf").chmod(0o644)
+                lines = sum(remedies(doctor(None, "--agentx-socket", master, "--user", "nobody")[1]).values(), [])
+                for command in [line for line in lines if line.startswith("chmod ")]:
+                    subprocess.run(command.split(), check=True)
+                advice = [line for line in lines if line.startswith("agentXPerms ")]
+            assert "Unknown" not in snmpd.log()
+        assert not lines
 
 
 def of_subagent(folder, master, conf, *arguments):

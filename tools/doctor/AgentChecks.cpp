@@ -118,6 +118,11 @@ Findings checkMasterSocket(std::filesystem::path const& socket, User const& user
                            fmt::format("  agentXSocket unix:{}", socket.string()), permissionsFor(user)};
          break;
       case Barrier::Kind::closedDirectory:
+         // The mode in snmpd.conf is for directories that snmpd makes.
+         finding.remedy = {"open it, since snmpd leaves a directory as it is:",
+                           fmt::format("  chmod o+x {}", barrier->path.string()),
+                           "in snmpd.conf, and start snmpd again:", permissionsFor(user)};
+         break;
       case Barrier::Kind::closedSocket:
          finding.remedy = {"in snmpd.conf, and start snmpd again:", permissionsFor(user)};
          break;

@@ -181,6 +181,19 @@ def test_a_view_that_hides_the_tables(doctor, master, rules, hides):
         assert lines[1:] == ["view systemonly included .1.3.6.1.2.1.10.166"]
 
 
+def test_what_a_configuration_includes_is_a_part_of_it(doctor, master, tmp_path):
+    """As Debian's own does."""
+    (tmp_path / "snmpd.conf.d").mkdir()
+    (tmp_path / "snmpd.conf.d" / "master.conf").write_text(AGENTX.format(master), encoding="utf-8")
+    (tmp_path / "snmpd.conf.d" / "master.conf.old").write_text("agentXSocket unix:/none\n", encoding="utf-8")
+    (tmp_path / "views").write_text("view systemonly included .1.3.6.1.2.1.10.166\nincludeFile views\n",
+                                    encoding="utf-8")
+    code, output = doctor(f"includeDir {tmp_path}/snmpd.conf.d\nIncludeFile views\nincludeFile none\n"
+                          "rocommunity public default -V systemonly\n")
+    assert code == 0, output
+    assert "snmpd takes subagents" in output and f"may connect to {master}" in output
+
+
 def test_a_master_that_is_not_there(doctor, tmp_path):
     code, output = doctor(AGENTX.format(tmp_path / "none"))
     assert code == 2

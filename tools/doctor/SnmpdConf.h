@@ -10,11 +10,13 @@
 
 namespace Tools::Doctor {
 
-/// What snmpd.conf says about subagents and about who may see what. Lines that it does not know are passed over, as are
-/// OIDs that are not numeric.
+/// What snmpd.conf says about subagents and about who may see what, with what it includes (includeFile, includeDir).
+/// Lines that it does not know are passed over, as are OIDs that are not numeric, and included files that cannot be
+/// read.
 class SnmpdConf {
  public:
-   explicit SnmpdConf(std::istream& text);
+   /// `folder`: where the text comes from, for included files that are named relative to it.
+   SnmpdConf(std::istream& text, std::filesystem::path const& folder);
 
    bool takesSubagents() const { return master_; }
    bool loadsMplste() const { return dlmod_; }
@@ -30,6 +32,8 @@ class SnmpdConf {
       bool included;
       Oid oid;
    };
+   void read(std::istream& text, std::filesystem::path const& folder, unsigned depth);
+   void include(std::filesystem::path const& file, unsigned depth);
    void readAccess(std::vector<std::string> const& words);
    bool shows(std::string const& view) const;
    static Oid oidOf(std::string const& text);

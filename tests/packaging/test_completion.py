@@ -51,7 +51,10 @@ def test_files_are_offered_where_a_file_is_wanted(prefix, tmp_path):
     for name in ("state.json", "stable.json", "other.json"):
         (tmp_path / name).touch()
     assert offered(prefix, "mplsted", "--state", "sta", folder=tmp_path) == ["stable.json", "state.json"]
-    assert offered(prefix, "mplste", "counters", "--state", "o", folder=tmp_path) == ["other.json"]
+    for words in (["counters", "--state"], ["doctor", "--snmpd-conf"], ["doctor", "--agentx-socket"], ["publish"],
+                  ["publish", "--replace"]):
+        assert offered(prefix, "mplste", *words, "o", folder=tmp_path) == ["other.json"], words
+    assert offered(prefix, "mplste", "publish", "--re", folder=tmp_path) == ["--replace"]
 
 
 def test_each_program_has_its_file(prefix):

@@ -73,6 +73,13 @@ def test_each_file_is_in_the_package_where_it_belongs(packages):
     assert not [path for path in runtime & development if not path.endswith("/")]
 
 
+def test_the_documents_name_files_where_the_package_puts_them(packages):
+    installed = {path for _, _, path in entries(packages["mplste"])}
+    named = {path for document in ("README.md", *(f"docs/{file.name}" for file in (SOURCE / "docs").glob("*.md")))
+             for path in re.findall(r"/usr/[\w./-]*mplste[\w./-]*\.so\b", (SOURCE / document).read_text(encoding="utf-8"))}
+    assert named and named <= installed
+
+
 def test_owners_and_rights_are_a_system_s(packages):
     for file in packages.values():
         for mode, owner, path in entries(file):

@@ -116,6 +116,11 @@ def test_its_folders_are_open_to_publishers_and_closed_to_others(installed):
                                      "srw-rw---- mplste:mplste /run/mplste/publish.sock"]
 
 
+def test_its_configuration_is_a_secret(installed):
+    """Communities and passphrases stand in it."""
+    assert installed.output("stat", "--format=%A %U:%G", CONFIGURATION) == "-rw-r----- root:mplste\n"
+
+
 def test_its_configuration_is_right(installed):
     assert installed.output("/usr/sbin/mplsted", "--config", CONFIGURATION, "--check-config") == "ok\n"
 
@@ -255,11 +260,14 @@ def traces(machine):
 
 def test_an_upgrade_restarts_it_and_keeps_what_there_is(machine, packages):
     append(machine, CONFIGURATION, "# the administrator's")
+    machine.run("chmod", "0644", CONFIGURATION)
     as_publisher(machine, "cp", f"{EXAMPLES}/headend.json", STATE)
     before = mplsted(machine, "MainPID")
     machine.run("dpkg", "--install", f"/srv/packages/{packages['mplste'].name}")
     assert mplsted(machine, "MainPID") != before and mplsted(machine, "ActiveState") == "active"
     assert "the administrator's" in machine.path(CONFIGURATION).read_text(encoding="utf-8")
+    assert machine.output("stat", "--format=%a", CONFIGURATION) == "644\n"
+    machine.run("chmod", "0640", CONFIGURATION)
     await_served(machine)
 
 

@@ -137,6 +137,17 @@ def test_a_bad_configuration_is_refused_with_the_place(tmp_path, lines, complain
     assert (done.returncode, done.stdout, done.stderr) == (1, "", f"mplsted: {config}: {complaint}\n")
 
 
+def test_so_is_what_it_includes(tmp_path):
+    (tmp_path / "more").mkdir()
+    (tmp_path / "more" / "users.conf").write_text("includeFile more\n", encoding="utf-8")
+    (tmp_path / "more" / "more").write_text("# users\ncreateUser operator SHA\n", encoding="utf-8")
+    config = tmp_path / "access.conf"
+    config.write_text(f"includeDir {tmp_path}/more\n", encoding="utf-8")
+    done = run(tmp_path, "--state", HEAD_END, "--config", config, "--listen", "udp:127.0.0.1:0")
+    assert (done.returncode, done.stderr) == (1, f"mplsted: {tmp_path}/more/more: line 2: Error: createUser wants a "
+                                                 "passphrase behind the authentication protocol\n")
+
+
 def test_without_a_configuration_this_machine_may_read_the_tables(mplsted):
     daemon = mplsted(access=None)
     assert daemon.ready()[3] == "community public, read-only"

@@ -139,23 +139,26 @@ void Connection::takeLines() {
          return holder_.lineCame(*this, std::move(line));
       }
       if (next == LineBuffer::Next::tooLong) {
-         letLargeLineGo();
-         if (!deaf_)
-            out_ += errorAnswer(fmt::format("the line is too long: it has more than {} octets", limits_.longestLine));
-         write();
+         refuseLine(fmt::format("the line is too long: it has more than {} octets", limits_.longestLine));
          continue;
       }
       if (ended_) {
          letLargeLineGo();
          if (lines_.held() != 0) {
-            if (!deaf_) out_ += errorAnswer("the last line has no end, and is dropped");
             lines_ = LineBuffer(limits_.longestLine);
-            write();
+            refuseLine("the last line has no end, and is dropped");
          }
          finished_ = !writing();
       }
       return;
    }
+}
+
+void Connection::refuseLine(std::string const& why) {
+   letLargeLineGo();
+   holder_.lineRefused(*this, why);
+   if (!deaf_) out_ += errorAnswer(why);
+   write();
 }
 
 void Connection::updateEvents() {

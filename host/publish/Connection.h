@@ -21,6 +21,8 @@ class ConnectionHolder {
  public:
    /// `answer` or `answerState` is to be called once, later; until then the connection has no further line.
    virtual void lineCame(Connection& connection, std::string line) = 0;
+   /// A line cannot be taken, and its publisher is told why.
+   virtual void lineRefused(Connection& connection, std::string const& why) = 0;
    /// Whether the connection may hold a large line now; otherwise `largeLineMayCome` is called when it may.
    virtual bool largeLineWanted(Connection& connection) = 0;
    /// It does not hold it, or want to hold it, any more.
@@ -81,6 +83,7 @@ class Connection {
    void takeLines();
    void updateEvents();
    void letLargeLineGo();
+   void refuseLine(std::string const& why);
    std::size_t unread() const { return out_.size() - outBegin_; }
    bool writing() const { return !deaf_ && (unread() != 0 || state_); }
    bool mayTakeLine() const { return !busy_ && !state_ && (deaf_ || unread() < limits_.unread); }

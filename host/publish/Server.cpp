@@ -160,6 +160,10 @@ void Server::eventsAre(Connection& connection, std::uint32_t events) {
    if (connection.finished()) finished_.push_back(connection.id());
 }
 
+void Server::lineRefused(Connection& connection, std::string const& why) {
+   handlers_.done(connection.peer(), {.refusal = why});
+}
+
 bool Server::largeLineWanted(Connection& connection) {
    if (largeHeld_.size() < options_.limits.largeLines) {
       largeHeld_.push_back(connection.id());

@@ -26,7 +26,7 @@ struct Handlers {
    std::function<std::string()> status;
    /// Sets trace levels from "HANDLE=LEVELS". Throws std::runtime_error or std::invalid_argument.
    std::function<void(std::string const& levels)> trace;
-   /// A document of this publisher has been applied or refused.
+   /// A document of this publisher has been applied or refused; or a line, before it could be one.
    std::function<void(Peer const& peer, Store::ChangeQueue::Outcome const& outcome)> done;
    /// One line for the log, which somebody out there may cause again and again.
    std::function<void(std::string const& line)> complain;
@@ -76,6 +76,7 @@ class Server : private ConnectionHolder {
    };
 
    void lineCame(Connection& connection, std::string line) override;
+   void lineRefused(Connection& connection, std::string const& why) override;
    bool largeLineWanted(Connection& connection) override;
    void largeLineGone(Connection& connection) override;
    void eventsAre(Connection& connection, std::uint32_t events) override;

@@ -161,6 +161,7 @@ def test_a_line_of_16_mib_is_taken_and_one_octet_more_is_not(publisher):
                    b'{"pathSpec": {"cli:next": {}}}\n')
     assert publisher.answer() == {"ok": False, "error": "the line is too long: it has more than 16777216 octets"}
     assert publisher.answer() == {"ok": True, "changed": 1}, "the line behind it is understood"
+    assert publisher.status()["refused"]["last"]["reason"].startswith("the line is too long: "), "operators see it"
     assert not {"cli:longer"} & publisher.state()["pathSpec"].keys()
 
 

@@ -98,7 +98,11 @@ class ServerTest : public ::testing::Test {
                                        if (levels.empty()) throw std::invalid_argument("which?");
                                        traces.push_back(levels);
                                     },
-                              .done = [this](Peer const&, Store::ChangeQueue::Outcome const&) { ++documents; },
+                              .done =
+                                    [this](Peer const&, Store::ChangeQueue::Outcome const& outcome) {
+                                       ++documents;
+                                       if (outcome.refusal) refusals.push_back(*outcome.refusal);
+                                    },
                               .complain = [this](std::string const& line) { log.push_back(line); }});
       server->open();
    }
@@ -152,6 +156,7 @@ class ServerTest : public ::testing::Test {
    std::vector<std::string> traces;
    std::vector<std::string> log;
    int documents = 0;
+   std::vector<std::string> refusals;
    std::chrono::microseconds slice{2000};
 };
 
@@ -207,6 +212,7 @@ TEST_F(ServerTest, WhoOnlyEndsItsOwnSideReadsTheAnswers) {
    settle();
    client.receive();
    EXPECT_EQ(client.answers(), (Lines{changedAnswer(1), errorAnswer("the last line has no end, and is dropped")}));
+   EXPECT_EQ(refusals, Lines{"the last line has no end, and is dropped"});
    EXPECT_TRUE(client.ended);
 }
 
@@ -216,6 +222,8 @@ TEST_F(ServerTest, ALineOfTheGreatestLengthIsTakenAndOneMoreIsRefusedAlone) {
    EXPECT_EQ(ask(client, patchOf("a", 100'000) + patchOf("b", 100'001) + patchOf("c", 300'000) + patchOf("d")),
              (Lines{changedAnswer(1), errorAnswer("the line is too long: it has more than 100000 octets"),
                     errorAnswer("the line is too long: it has more than 100000 octets"), changedAnswer(1)}));
+   EXPECT_EQ(refusals, Lines(2, "the line is too long: it has more than 100000 octets"))
+         << "who else asks is told, too";
    EXPECT_EQ(pathSpecs(), 2U);
 }
 

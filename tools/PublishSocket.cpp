@@ -53,7 +53,9 @@ void PublishSocket::fail(int error) const {
    switch (error) {
       case ENOENT:
       case ECONNREFUSED:
-         throw AgentError(fmt::format("{}: no mplsted listens there; does one run with --publish?", path_));
+         throw NobodyListens(fmt::format("{}: no mplsted listens there; does one run with --publish?", path_));
+      case EACCES:
+         throw Closed(fmt::format("{}: {}", path_, std::strerror(error)));
       case EAGAIN:
       case ETIMEDOUT:
          throw AgentError(fmt::format("{}: mplsted does not answer", path_));

@@ -28,10 +28,22 @@ class Refused : public AgentError {
    using AgentError::AgentError;
 };
 
+/// No mplsted listens at the socket.
+class NobodyListens : public AgentError {
+ public:
+   using AgentError::AgentError;
+};
+
+/// We have no right to the socket.
+class Closed : public AgentError {
+ public:
+   using AgentError::AgentError;
+};
+
 /// A connection to mplsted's socket (docs/state.md): one line each way at a time.
 class PublishSocket {
  public:
-   /// Throws AgentError.
+   /// Throws AgentError, with NobodyListens and Closed.
    explicit PublishSocket(PublishOptions const& options);
    ~PublishSocket();
    PublishSocket(PublishSocket const&) = delete;

@@ -3,7 +3,9 @@
 
 import json
 import os
+import pwd
 import re
+import signal
 import socket
 import subprocess
 import tempfile
@@ -99,6 +101,37 @@ def test_mplsted_that_is_not_there(doctor, tmp_path):
     assert code == 2
     [(what, lines)] = remedies(output).items()
     assert "none.sock" in what and f"mplstePublish {tmp_path}/none.sock" in lines
+
+
+def test_mplsted_that_does_not_answer(doctor, tmp_path):
+    with Mplsted(tmp_path, "--publish", tmp_path / "mute.sock", file=False) as mplsted:
+        mplsted.process.send_signal(signal.SIGSTOP)
+        code, output = doctor(None, "--timeout", "0.2", publish=tmp_path / "mute.sock")
+        mplsted.process.send_signal(signal.SIGCONT)
+    assert code == 2
+    assert remedies(output) == {f"{tmp_path}/mute.sock: mplsted does not answer":
+                                ["ask again with a longer --timeout, and start mplsted again if that does not help"]}
+
+
+@pytest.mark.parametrize("arguments, complaint, remedy", [
+    (["--publish-mode", "0600"], "Permission denied",
+     ["run this command as root, or as a member of the group that the socket is open to"]),
+    (["--publish-mode", "0666", "--publish-allow", "uid:0"], "may not publish here",
+     ["run this command as root, or let yourself in, in mplsted.conf:", "mplstePublishAllow uid:0",
+      f"mplstePublishAllow uid:{pwd.getpwnam('nobody').pw_uid}"]),
+])
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root may be somebody else")
+def test_mplsted_that_lets_somebody_else_in(tmp_path, arguments, complaint, remedy):
+    with tempfile.TemporaryDirectory() as folder:   # those of pytest are closed themselves
+        os.chmod(folder, 0o755)
+        path = f"{folder}/publish.sock"
+        with Mplsted(tmp_path, "--publish", path, *arguments, file=False):
+            done = subprocess.run([MPLSTE, "doctor", "--socket", path, "--snmpd-conf", f"{folder}/none"],
+                                  capture_output=True, check=False, encoding="utf-8", timeout=60, cwd="/",
+                                  user="nobody", group="nogroup", extra_groups=[])
+    assert done.returncode == 2
+    [(what, lines)] = remedies(done.stdout).items()
+    assert what.endswith(complaint) and lines == remedy
 
 
 def test_a_state_that_nobody_publishes(doctor, tmp_path):

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <unistd.h>
 
 #include <string_view>
 #include <vector>
@@ -88,12 +89,25 @@ AgentReport checkAgent(PublishOptions const& options) {
    Json answer;
    try {
       answer = PublishSocket(options).ask("{\"$status\":null}");
-   } catch (AgentError const& error) {
+   } catch (NobodyListens const& error) {
       return {{{false,
                 error.what(),
                 {fmt::format("mplsted --publish {} ..., or a line in mplsted.conf:", options.path),
                  fmt::format("  mplstePublish {}", options.path), "  mplstePublishAllow uid:0",
                  "  mplstePublishAllow gid:mplste"}}}};
+   } catch (Closed const& error) {
+      return {{{false,
+                error.what(),
+                {"run this command as root, or as a member of the group that the socket is open to"}}}};
+   } catch (Refused const& error) {
+      return {{{false,
+                error.what(),
+                {"run this command as root, or let yourself in, in mplsted.conf:", "  mplstePublishAllow uid:0",
+                 fmt::format("  mplstePublishAllow uid:{}", geteuid())}}}};
+   } catch (AgentError const& error) {
+      return {{{false,
+                error.what(),
+                {"ask again with a longer --timeout, and start mplsted again if that does not help"}}}};
    }
    return checkStatus(answer.at("status"));
 }

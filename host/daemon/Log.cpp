@@ -133,6 +133,14 @@ void Log::traceLevelsIs(std::string const& handle, Trel::TraceLevels levels) {
    Trel::traceLevelsIs(handle, levels);
 }
 
+void Log::warnOfUnknownHandles() {
+   for (std::string const& handle : wanted_) {
+      if (!isTraced(handle)) {
+         warn(fmt::format("trace handle {}: nothing traces under that name so far, but{}", handle, tracedNames()));
+      }
+   }
+}
+
 void Log::repeatable(spdlog::level::level_enum severity, std::string_view part, std::string_view text) {
    auto filter = filters_.find(part);
    if (filter == filters_.end()) filter = filters_.try_emplace(std::string(part)).first;

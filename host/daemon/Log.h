@@ -65,6 +65,8 @@ class Log {
 
    /// Enables these levels of a trace handle, and writes all its lines.
    void traceLevelsIs(std::string const& handle, Trel::TraceLevels levels);
+   /// Warns of those that nothing traces under: a name may be misspelt, or its part not be loaded yet.
+   void warnOfUnknownHandles();
    /// Takes back what was enabled: all handles write their errors only.
    void tracesDel();
 

@@ -39,14 +39,6 @@ std::chrono::milliseconds since(Clock::time_point start) {
    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
 }
 
-void warnOfUnknownHandles(std::vector<Daemon::Options::Trace> const& traces, Daemon::Log& log) {
-   for (auto const& trace : traces) {
-      if (Daemon::isTraced(trace.handle)) continue;
-      log.warn(fmt::format("--trace {}: nothing traces under that name so far, but{}", trace.handle,
-                           Daemon::tracedNames()));
-   }
-}
-
 /// What of the options can be changed while the agent runs.
 void applyTo(Daemon::Log& log, Daemon::Options const& options) {
    log.outputIs(options.log, options.logLevel);
@@ -151,14 +143,14 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
       notify.stopping();
       agent.stop();
    };
+   std::string serving = "answering, while the state is being loaded";
    // What cannot be used is logged, and what was in force holds on.
    auto const reload = [&] {
       notify.reloading();
       try {
          agent.reconfigure(configuration, log, [&] { merged(settings, commandLine); });
-         auto const changed = merged(settings, commandLine);
-         applyTo(log, changed);
-         warnOfUnknownHandles(changed.traces, log);
+         applyTo(log, merged(settings, commandLine));
+         log.warnOfUnknownHandles();
          for (auto const token : settings.waiting()) {
             log.warn(fmt::format("{}: the change takes effect at the next start", token));
          }
@@ -167,7 +159,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
          log.error(fmt::format("{}; the configuration stays as it was", error.what()));
       }
       state.reload();
-      notify.ready("answering");
+      notify.ready(serving);
    };
    Loop::Signals const signals(end, reload, failed);
 
@@ -176,17 +168,17 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    Loop::TaskRunner const tasks(
          [&] {
             if (!state.loaded() || std::exchange(saidReady, true)) return;
-            auto const ready = toText(
-                  Daemon::Ready{module.tunnels(), state.names(), agent.addresses(), configuration.access(), firstAnswer,
-                                since(start), subagent ? std::optional(subagent->status().master) : std::nullopt});
-            notify.status(ready);
-            std::puts(ready.c_str());
+            serving = toText(Daemon::Ready{module.tunnels(), state.names(), agent.addresses(), configuration.access(),
+                                           firstAnswer, since(start),
+                                           subagent ? std::optional(subagent->status().master) : std::nullopt});
+            notify.status(serving);
+            std::puts(serving.c_str());
             std::fflush(stdout);  // somebody who does not listen is no reason to end
-            warnOfUnknownHandles(options.traces, log);
+            log.warnOfUnknownHandles();
          },
          failed);
    firstAnswer = since(start);
-   notify.ready("answering, while the state is being loaded");
+   notify.ready(serving);
    agent.run();
 }
 

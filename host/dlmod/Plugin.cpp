@@ -56,6 +56,7 @@ class Plugin::Service {
    void sayReady() {
       if (!state_.loaded() || std::exchange(saidReady_, true)) return;
       log_.info(fmt::format("ready: {} tunnels from {}", module_.tunnels(), fmt::join(state_.names(), " and ")));
+      log_.warnOfUnknownHandles();
    }
 
    Daemon::Log& log_;

@@ -252,7 +252,7 @@ def test_trace_lines_are_written_when_they_are_asked_for(mplsted):
     name_at(daemon, daemon.address)
     assert re.search(r" trace: mplsTeStdMIB 2: mplsTunnelTable_handler: request GET for column mplsTunnelName, key ",
                      daemon.log())
-    assert re.search(r" warning: --trace mplsTeStdMiB: nothing traces under that name so far, but .*mplsTeStdMIB",
+    assert re.search(r" warning: trace handle mplsTeStdMiB: nothing traces under that name so far, but .*mplsTeStdMIB",
                      daemon.log())
 
 

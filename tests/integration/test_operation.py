@@ -213,7 +213,7 @@ def test_a_trace_of_nothing_is_said_when_the_configuration_is_read_again(mplsted
     daemon = mplsted()
     configure(tmp_path, ACCESS + "mplsteTrace nothing=1\n")
     reload(daemon, "info: the configuration has been read again")
-    assert " warning: --trace nothing: nothing traces under that name so far, but" in daemon.log()
+    assert " warning: trace handle nothing: nothing traces under that name so far, but" in daemon.log()
 
 
 def test_without_a_file_one_that_comes_is_found(mplsted, tmp_path):
@@ -286,7 +286,7 @@ def test_the_log_goes_to_syslog(tmp_path):
         with daemon:
             text = log.recv(65536).decode()
             # daemon facility (3), warning (4)
-            assert re.match(r"<28>.* mplsted\[\d+\]: --trace nothing: nothing traces under that name so far, but", text)
+            assert re.match(r"<28>.* mplsted\[\d+\]: trace handle nothing: nothing traces under that name so far, but", text)
             assert daemon.log() == ""
 
 
@@ -316,7 +316,7 @@ def test_the_service_manager_is_told(manager, tmp_path):
         daemon.process.send_signal(signal.SIGHUP)
         reloading = heard()
         assert reloading.pop("RELOADING") == "1" and int(reloading.pop("MONOTONIC_USEC")) > 0 and not reloading
-        assert heard() == {"READY": "1", "STATUS": "answering"}
+        assert heard() == {"READY": "1", "STATUS": daemon.out.read_text(encoding="utf-8").rstrip("\n")}
     assert heard() == {"STOPPING": "1"}
 
 

@@ -219,12 +219,12 @@ void Subagent::answer(AgentXType type, netsnmp_pdu const& response) {
    bool const refused = response.errstat != SNMP_ERR_NOERROR;
    switch (type) {
       case kAgentXOpen:
-         if (refused) return lose(fmt::format("it refuses a session: {}", errorText(response.errstat)));
+         if (refused) return refuse("a session", response.errstat);
          session_->sessid = response.sessid;
          opened();
          break;
       case kAgentXRegister:
-         if (refused) return lose(fmt::format("it refuses a registration: {}", errorText(response.errstat)));
+         if (refused) return refuse("a registration", response.errstat);
          --unanswered_;
          serveWhenRegistered();
          break;
@@ -287,6 +287,15 @@ void Subagent::tick() {
    } else if (phase_ == Phase::serving && silent_ == kUnresponsive) {
       stateIs(MasterStatus::State::unresponsive);
    }
+}
+
+/// At first it may be our own former session that is in the way, and goes. A master that has said the same before will
+/// not change its mind within a second, and logs each attempt.
+void Subagent::refuse(std::string_view what, long error) {
+   std::string const why = fmt::format("it refuses {}: {}", what, errorText(error));
+   bool const again = said_.contains(why);
+   lose(why);
+   if (again) timer_.start(interval_);
 }
 
 void Subagent::lose(std::string const& why) {

@@ -74,6 +74,7 @@ class Subagent {
    void registrationAdded(Registration registration);
    void registrationRemoved(Registration const& registration);
    void tick();
+   void refuse(std::string_view what, long error);
    void lose(std::string const& why);
    void stateIs(MasterStatus::State state);
 

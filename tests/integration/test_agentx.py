@@ -350,7 +350,7 @@ def test_a_master_that_accepts_and_says_nothing_holds_nothing_up(tmp_path, subag
     (999, "error 999")])
 def test_a_refused_registration_is_said_once_and_tried_again(tmp_path, subagent, error, text):
     with ScriptedMaster(tmp_path / "agentx") as strict:
-        daemon = subagent(strict.address)
+        daemon = subagent(strict.address, config=IMPATIENT)
         for _ in range(2):
             strict.accept()
             strict.answer(strict.receive())

@@ -199,6 +199,15 @@ def test_it_comes_back_when_it_was_killed(machine):
     await_served(machine)
 
 
+def test_a_state_that_is_wrong_when_the_machine_starts_is_served_once_it_is_right(machine):
+    machine.path(STATE).write_text("nonsense", encoding="utf-8")
+    machine.run("systemctl", "restart", "mplsted", check=False)
+    await_true(lambda: int(mplsted(machine, "NRestarts")) > 2, "it to try again")
+    assert STATE in machine.output("journalctl", "--unit=mplsted", "--output=cat")
+    machine.path(STATE).write_text((SOURCE / "examples" / "headend.json").read_text(encoding="utf-8"), encoding="utf-8")
+    await_served(machine)
+
+
 def test_it_ends_when_it_is_told_to(machine):
     run = mplsted(machine, "InvocationID")
     machine.run("systemctl", "stop", "mplsted")

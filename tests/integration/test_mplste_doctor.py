@@ -227,6 +227,28 @@ def test_what_a_configuration_includes_is_a_part_of_it(doctor, master, tmp_path)
     assert "snmpd takes subagents" in output and f"may connect to {master}" in output
 
 
+@pytest.mark.parametrize("line, hides", [
+    ("rocommunity public default .1.3.6.1.2.1.1", True), ("rouser operator priv 1.3.6.1.2.1.2", True),
+    ("rocommunity public default .1.3.6.1.2.1", False), ("rocommunity public default", False),
+    ("rocommunity public default .1.3.6.1.2.1.10.166.3.2.2", False), ("rouser operator priv", False),
+])
+def test_an_oid_that_leaves_the_tables_out(doctor, master, line, hides):
+    code, output = doctor(AGENTX.format(master) + line + "\n")
+    assert code == (2 if hides else 0), output
+    if hides:
+        [(what, lines)] = remedies(output).items()
+        who, oid = line.rsplit(" ", 1)
+        assert what.endswith(f"snmpd.conf: {line} hides the tables from managers")
+        assert lines[1:] == [f"view mplste included {oid}", "view mplste included .1.3.6.1.2.1.10.166", f"{who} -V mplste"]
+
+
+@pytest.mark.parametrize("view, hides", [("some", True), ("all", False), ("none", False)])
+def test_a_group_that_does_not_see_the_tables(doctor, master, view, hides):
+    code, output = doctor(AGENTX.format(master) + "view some included .1.3.6.1.2.1.1\nview all included .1\n"
+                          f'access readers "" any noauth exact {view} none none\n')
+    assert code == (2 if hides else 0), output
+
+
 def test_a_master_that_is_not_there(doctor, tmp_path):
     code, output = doctor(AGENTX.format(tmp_path / "none"))
     assert code == 2

@@ -75,14 +75,27 @@ void SnmpdConf::include(std::filesystem::path const& file, unsigned depth) {
    if (std::ifstream text(file); text && depth < kDeepest) read(text, file.parent_path(), depth + 1);
 }
 
-/// "rocommunity NAME SOURCE [OID | -V VIEW]", "rouser NAME [LEVEL [OID | -V VIEW]]" and their like.
+/// "rocommunity NAME SOURCE [OID | -V VIEW]", "rouser NAME [LEVEL [OID | -V VIEW]]" and their like, and
+/// "access GROUP CONTEXT MODEL LEVEL MATCH READ WRITE NOTIFY".
 void SnmpdConf::readAccess(std::vector<std::string> const& words) {
+   constexpr std::size_t kOid = 3;
+   constexpr std::size_t kRead = 6;
+   if (is(words[0], "access") && words.size() > kRead && words[kRead] != "none") give(words[kRead]);
+
    constexpr char const* kTokens[] = {"rocommunity", "rwcommunity", "rocommunity6", "rwcommunity6", "rouser", "rwuser"};
    if (std::ranges::none_of(kTokens, [&](char const* token) { return is(words[0], token); })) return;
-   auto const option = std::ranges::find(words, "-V");
-   if (option != words.end() && option + 1 != words.end()) {
-      if (std::ranges::find(given_, option[1]) == given_.end()) given_.push_back(option[1]);
+   if (auto const option = std::ranges::find(words, "-V"); option != words.end()) {
+      if (option + 1 != words.end()) give(option[1]);
+   } else if (words.size() > kOid) {
+      Oid const seen = oidOf(words[kOid]);
+      Oid const tables = oidOf(kTables);
+      if (seen.empty() || isBelow(seen, tables) || isBelow(tables, seen)) return;
+      narrow_.push_back({fmt::format("{}", fmt::join(words.begin(), words.begin() + kOid, " ")), words[kOid]});
    }
+}
+
+void SnmpdConf::give(std::string const& view) {
+   if (std::ranges::find(given_, view) == given_.end()) given_.push_back(view);
 }
 
 SnmpdConf::Oid SnmpdConf::oidOf(std::string const& text) {
@@ -144,6 +157,14 @@ Findings checkSnmpd(std::filesystem::path const& file, SnmpdConf const& conf, bo
       findings.push_back({false,
                           fmt::format("{}: the view {} hides the tables from managers", file.string(), view),
                           {fmt::format("in {}:", file.string()), fmt::format("  view {} included {}", view, kTables)}});
+   }
+   for (auto const& [line, oid] : conf.narrow()) {
+      // A second line for the same community would have no effect.
+      findings.push_back(
+            {false,
+             fmt::format("{}: {} {} hides the tables from managers", file.string(), line, oid),
+             {fmt::format("in {}, instead of that line:", file.string()), fmt::format("  view mplste included {}", oid),
+              fmt::format("  view mplste included {}", kTables), fmt::format("  {} -V mplste", line)}});
    }
    return findings;
 }

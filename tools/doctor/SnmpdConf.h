@@ -24,6 +24,13 @@ class SnmpdConf {
    std::filesystem::path socket() const;
    /// The views that managers are given and that hide the tables.
    std::vector<std::string> hidingViews() const;
+   /// A line that lets somebody see what is below an OID, and no more.
+   struct Narrow {
+      std::string line;  ///< up to the OID
+      std::string oid;
+   };
+   /// Those that leave the tables out.
+   std::vector<Narrow> const& narrow() const { return narrow_; }
 
  private:
    using Oid = std::vector<unsigned>;
@@ -35,6 +42,7 @@ class SnmpdConf {
    void read(std::istream& text, std::filesystem::path const& folder, unsigned depth);
    void include(std::filesystem::path const& file, unsigned depth);
    void readAccess(std::vector<std::string> const& words);
+   void give(std::string const& view);
    bool shows(std::string const& view) const;
    static Oid oidOf(std::string const& text);
 
@@ -42,7 +50,8 @@ class SnmpdConf {
    bool dlmod_ = false;
    std::string socket_;
    std::vector<Rule> rules_;
-   std::vector<std::string> given_;  // views that a community or user is given
+   std::vector<std::string> given_;  // views that a community, user or group is given
+   std::vector<Narrow> narrow_;
 };
 
 /// Whether a snmpd that is configured so is fit for serving the tables. `loaded`: mplste runs inside it.

@@ -3,6 +3,7 @@
 """The Debian packages: what is in them, and whether the system's own tools understand it."""
 
 import configparser
+import gzip
 import os
 import re
 import shlex
@@ -78,6 +79,12 @@ def test_the_documents_name_files_where_the_package_puts_them(packages):
     named = {path for document in ("README.md", *(f"docs/{file.name}" for file in (SOURCE / "docs").glob("*.md")))
              for path in re.findall(r"/usr/[\w./-]*mplste[\w./-]*\.so\b", (SOURCE / document).read_text(encoding="utf-8"))}
     assert named and named <= installed
+
+
+def test_the_changelog_begins_with_this_version(unpacked):
+    with gzip.open(unpacked / "usr/share/doc/mplste/changelog.gz", "rt", encoding="utf-8") as changelog:
+        assert changelog.readline() == f"mplste ({version()}) bookworm; urgency=medium\n"
+    output("dpkg-parsechangelog", "--file", SOURCE / "packaging/debian/changelog")
 
 
 def test_owners_and_rights_are_a_system_s(packages):

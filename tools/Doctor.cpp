@@ -54,7 +54,7 @@ Findings checkSnmpd(DoctorOptions const& options, Doctor::AgentReport const& age
    Findings findings;
    std::optional<Doctor::SnmpdConf> conf;
    if (std::ifstream text(options.snmpdConf); text) {
-      conf.emplace(text, std::filesystem::path(options.snmpdConf).parent_path());
+      conf.emplace(text, options.snmpdConf);
       append(findings, Doctor::checkSnmpd(options.snmpdConf, *conf, agent.serving == Serving::insideSnmpd));
    } else if (errno == ENOENT) {
       findings.push_back({true, fmt::format("{}: no such file; no snmpd to serve through", options.snmpdConf)});

@@ -2,19 +2,18 @@
 #include "host/daemon/Configuration.h"
 
 #include <fmt/format.h>
-#include <strings.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
-#include <iomanip>
 #include <sstream>
 #include <system_error>
 #include <utility>
 
 #include "host/loop/NetSnmp.h"
+#include "host/snmp/ConfigurationLines.h"
 
 namespace Daemon {
 
@@ -67,68 +66,26 @@ void setSearchPath(std::vector<fs::path> const& directories) {
    unsetenv("SNMPCONFPATH");
 }
 
-/// Files that include each other.
-constexpr unsigned kDeepest = 16;
-
-using Words = std::vector<std::string>;
-
-Words wordsOf(std::string const& line) {
-   std::istringstream text(line);
-   Words words;
-   for (std::string word; text >> std::quoted(word);) words.push_back(word);
-   return words;
-}
-
-/// Tokens are the same in large and in small letters.
-bool is(Words const& words, char const* token) {
-   return !words.empty() && strcasecmp(words.front().c_str(), token) == 0;
-}
-
 /// net-snmp 5.9 crashes on a createUser line that names an authentication protocol and no passphrase.
-bool lacksPassphrase(Words const& words) {
-   if (!is(words, "createUser")) return false;
-   std::size_t const user = words.size() > 1 && words[1] == "-e" ? 3 : 1;
-   return words.size() == user + 2;
-}
-
-/// The files that a line of `file` includes.
-std::vector<fs::path> includedBy(Words const& words, fs::path const& file) {
-   if (words.size() < 2) return {};
-   if (is(words, "includeFile")) return {file.parent_path() / words[1]};
-   std::vector<fs::path> files;
-   if (is(words, "includeDir")) {
-      std::error_code ignored;
-      for (auto const& entry : fs::directory_iterator(words[1], ignored)) {
-         if (entry.path().extension() == ".conf") files.push_back(entry.path());
-      }
-   }
-   return files;
-}
-
-void check(fs::path const& file, std::istream& lines, unsigned depth) {
-   std::string line;
-   for (unsigned number = 1; std::getline(lines, line); ++number) {
-      auto const words = wordsOf(line);
-      if (lacksPassphrase(words)) {
-         throw ConfigurationError(
-               fmt::format("{}: line {}: Error: createUser wants a passphrase behind the authentication protocol",
-                           file.string(), number));
-      }
-      for (fs::path const& included : includedBy(words, file)) {
-         // What cannot be read net-snmp complains of.
-         if (std::ifstream text(included); text && depth < kDeepest) check(included, text, depth + 1);
-      }
-   }
+bool lacksPassphrase(SnmpUtil::ConfigurationLine const& line) {
+   if (!line.is("createUser")) return false;
+   std::size_t const user = line.words.size() > 1 && line.words[1] == "-e" ? 3 : 1;
+   return line.words.size() == user + 2;
 }
 
 void check(fs::path const& file) {
-   std::ifstream lines(file);
-   if (!lines) {
+   std::ifstream text(file);
+   if (!text) {
       throw ConfigurationError(
             fmt::format("cannot read the configuration {}: {}", file.string(), std::generic_category().message(errno)));
    }
-   check(file, lines, 0);
-   if (lines.bad()) throw ConfigurationError(fmt::format("cannot read the configuration {}", file.string()));
+   SnmpUtil::forEachLine(text, file, [](SnmpUtil::ConfigurationLine const& line) {
+      if (!lacksPassphrase(line)) return;
+      throw ConfigurationError(
+            fmt::format("{}: line {}: Error: createUser wants a passphrase behind the authentication protocol",
+                        line.file.string(), line.number));
+   });
+   if (text.bad()) throw ConfigurationError(fmt::format("cannot read the configuration {}", file.string()));
 }
 
 }  // namespace

@@ -7,41 +7,20 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fstream>
-#include <sstream>
 #include <system_error>
+
+#include "host/snmp/ConfigurationLines.h"
 
 namespace Tools::Doctor {
 
 namespace {
 
-/// Files that include each other.
-constexpr unsigned kDeepest = 16;
 constexpr char const* kDefaultSocket = "/run/agentx/master";
 /// mplsStdMIB, below which all three tables stand.
 constexpr char const* kTables = ".1.3.6.1.2.1.10.166";
 
-/// Tokens of snmpd.conf are the same in large and in small letters.
+/// Like the tokens, these words are the same in large and in small letters.
 bool is(std::string const& word, char const* token) { return strcasecmp(word.c_str(), token) == 0; }
-
-std::vector<std::string> wordsOf(std::string const& line) {
-   std::istringstream in(line.substr(0, line.find('#')));
-   std::vector<std::string> words;
-   for (std::string word; in >> word;) words.push_back(word);
-   return words;
-}
-
-/// What snmpd reads of a folder, in the order of the names.
-std::vector<std::filesystem::path> configurationsIn(std::filesystem::path const& folder) {
-   std::vector<std::filesystem::path> files;
-   std::error_code ignored;
-   for (auto const& entry : std::filesystem::directory_iterator(folder, ignored)) {
-      auto const name = entry.path().filename().string();
-      if (name.ends_with(".conf") && !name.starts_with('.')) files.push_back(entry.path());
-   }
-   std::ranges::sort(files);
-   return files;
-}
 
 template <class Oid>
 bool isBelow(Oid const& oid, Oid const& root) {
@@ -50,29 +29,16 @@ bool isBelow(Oid const& oid, Oid const& root) {
 
 }  // namespace
 
-SnmpdConf::SnmpdConf(std::istream& text, std::filesystem::path const& folder) { read(text, folder, 0); }
-
-void SnmpdConf::read(std::istream& text, std::filesystem::path const& folder, unsigned depth) {
-   for (std::string line; std::getline(text, line);) {
-      auto const words = wordsOf(line);
-      if (words.size() < 2) continue;
-      std::string const& token = words[0];
-      if (is(token, "master")) master_ = is(words[1], "agentx") || is(words[1], "all") || is(words[1], "yes");
-      if (is(token, "dlmod")) dlmod_ = dlmod_ || words[1] == "mplsTe";
-      if (is(token, "agentXSocket")) socket_ = words[1];
-      if (is(token, "view") && words.size() > 3)
-         rules_.push_back({words[1], is(words[2], "included"), oidOf(words[3])});
-      if (is(token, "includeFile")) include(folder / words[1], depth);
-      if (is(token, "includeDir")) {
-         for (auto const& file : configurationsIn(words[1])) include(file, depth);
-      }
+SnmpdConf::SnmpdConf(std::istream& text, std::filesystem::path const& file) {
+   SnmpUtil::forEachLine(text, file, [this](SnmpUtil::ConfigurationLine const& line) {
+      auto const& words = line.words;
+      if (words.size() < 2) return;
+      if (line.is("master")) master_ = is(words[1], "agentx") || is(words[1], "all") || is(words[1], "yes");
+      if (line.is("dlmod")) dlmod_ = dlmod_ || words[1] == "mplsTe";
+      if (line.is("agentXSocket")) socket_ = words[1];
+      if (line.is("view") && words.size() > 3) rules_.push_back({words[1], is(words[2], "included"), oidOf(words[3])});
       readAccess(words);
-   }
-}
-
-void SnmpdConf::include(std::filesystem::path const& file, unsigned depth) {
-   // A file may include itself.
-   if (std::ifstream text(file); text && depth < kDeepest) read(text, file.parent_path(), depth + 1);
+   });
 }
 
 /// "rocommunity NAME SOURCE [OID | -V VIEW]", "rouser NAME [LEVEL [OID | -V VIEW]]" and their like, and

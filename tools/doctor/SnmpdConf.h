@@ -15,8 +15,8 @@ namespace Tools::Doctor {
 /// read.
 class SnmpdConf {
  public:
-   /// `folder`: where the text comes from, for included files that are named relative to it.
-   SnmpdConf(std::istream& text, std::filesystem::path const& folder);
+   /// `file`: where the text comes from.
+   SnmpdConf(std::istream& text, std::filesystem::path const& file);
 
    bool takesSubagents() const { return master_; }
    bool loadsMplste() const { return dlmod_; }
@@ -39,8 +39,6 @@ class SnmpdConf {
       bool included;
       Oid oid;
    };
-   void read(std::istream& text, std::filesystem::path const& folder, unsigned depth);
-   void include(std::filesystem::path const& file, unsigned depth);
    void readAccess(std::vector<std::string> const& words);
    void give(std::string const& view);
    bool shows(std::string const& view) const;

@@ -6,13 +6,10 @@
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/sinks/syslog_sink.h>
-#include <sys/stat.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -38,14 +35,6 @@ class NetSnmpSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex>
    }
    void flush_() override {}
 };
-
-/// Whether the standard error stream goes to systemd's journal (systemd.exec(5), JOURNAL_STREAM). It adds the time, and
-/// wants to know of each line how urgent it is.
-bool standardErrorIsJournal() {
-   char const* const stream = std::getenv("JOURNAL_STREAM");
-   struct stat mine {};
-   return stream && fstat(STDERR_FILENO, &mine) == 0 && fmt::format("{}:{}", mine.st_dev, mine.st_ino) == stream;
-}
 
 /// The prefix by which the journal knows how urgent a line is (sd-daemon(3)).
 class JournalPrefix : public spdlog::custom_flag_formatter {

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "host/daemon/LogOutput.h"
 
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
+#include <cstdlib>
 #include <stdexcept>
 #include <string_view>
 
@@ -27,6 +32,12 @@ LogOutput parseLogOutput(std::string const& text) {
 LogLevel parseLogLevel(std::string const& text) {
    constexpr std::array<std::string_view, 4> kNames{"error", "warning", "info", "debug"};
    return named<LogLevel>(kNames, text, "it must be error, warning, info or debug");
+}
+
+bool standardErrorIsJournal() {
+   char const* const stream = std::getenv("JOURNAL_STREAM");
+   struct stat mine {};
+   return stream && fstat(STDERR_FILENO, &mine) == 0 && fmt::format("{}:{}", mine.st_dev, mine.st_ino) == stream;
 }
 
 }  // namespace Daemon

@@ -17,4 +17,8 @@ LogOutput parseLogOutput(std::string const& text);
 /// Reads "error", "warning", "info" or "debug". Throws std::invalid_argument.
 LogLevel parseLogLevel(std::string const& text);
 
+/// Whether the standard error stream goes to systemd's journal (systemd.exec(5), JOURNAL_STREAM). It adds the time, and
+/// wants to know of each line how urgent it is: "<3>" for an error (sd-daemon(3)).
+bool standardErrorIsJournal();
+
 }  // namespace Daemon

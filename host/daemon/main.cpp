@@ -13,6 +13,7 @@
 #include "host/daemon/Configuration.h"
 #include "host/daemon/Counters.h"
 #include "host/daemon/Log.h"
+#include "host/daemon/LogOutput.h"
 #include "host/daemon/Notify.h"
 #include "host/daemon/Options.h"
 #include "host/daemon/OwnModule.h"
@@ -183,7 +184,8 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
 }
 
 int fail(std::string_view message, int code) {
-   std::fputs(fmt::format("mplsted: {}\n", Daemon::oneLine(message)).c_str(), stderr);
+   char const* const severity = Daemon::standardErrorIsJournal() ? "<3>" : "";
+   std::fputs(fmt::format("{}mplsted: {}\n", severity, Daemon::oneLine(message)).c_str(), stderr);
    return code;
 }
 

@@ -81,6 +81,14 @@ def test_the_documents_name_files_where_the_package_puts_them(packages):
     assert named and named <= installed
 
 
+def test_documents_name_the_files_where_they_are(packages):
+    runtime = {path for _, _, path in entries(packages["mplste"])}
+    documents = [*SOURCE.glob("*.md"), *SOURCE.glob("docs/**/*")]
+    named = [file for document in documents if document.is_file()
+             for file in re.findall(r"dlmod\s+mplsTe\s+(/\S+)", document.read_text(encoding="utf-8"))]
+    assert named and set(named) <= runtime
+
+
 def test_the_changelog_begins_with_this_version(unpacked):
     with gzip.open(unpacked / "usr/share/doc/mplste/changelog.gz", "rt", encoding="utf-8") as changelog:
         assert changelog.readline() == f"mplste ({version()}) bookworm; urgency=medium\n"

@@ -7,11 +7,11 @@
 #include <unistd.h>
 #include "host/feed/FileFeed.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <string_view>
 
 #include "host/store/StateStore.h"
+#include "tests/support/ScratchDirectory.h"
 
 namespace Feed {
 namespace {
@@ -28,16 +28,7 @@ std::string documentOf(unsigned index) {
 /// A head end whose state file is <top>/run/state.json.
 class FileFeedTest : public ::testing::Test {
  protected:
-   FileFeedTest() {
-      std::string pattern = (fs::temp_directory_path() / "mplste-feed-XXXXXX").string();
-      top = mkdtemp(pattern.data());
-      fs::create_directory(top / "run");
-      file = top / "run" / "state.json";
-   }
-   ~FileFeedTest() override {
-      feed.reset();
-      fs::remove_all(top);
-   }
+   FileFeedTest() { fs::create_directory(top / "run"); }
 
    static void write(fs::path const& path, std::string_view text) { std::ofstream(path, std::ios::binary) << text; }
    /// Replaces the state file as a careful publisher does.
@@ -86,8 +77,9 @@ class FileFeedTest : public ::testing::Test {
       return taken;
    }
 
-   fs::path top;
-   fs::path file;
+   TestSupport::ScratchDirectory const scratch;
+   fs::path const top = scratch.path();
+   fs::path file = top / "run" / "state.json";
    Vel::Ptr<Vel::EntityDir> root = Vel::makePtr<Vel::EntityDir>("root");
    Store::StateStore store{root};
    Vel::Ptr<Orb::TaskScheduler> const tasks = Orb::TaskSchedulerRoot::findOrCreateScheduler();

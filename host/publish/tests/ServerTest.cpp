@@ -15,6 +15,7 @@
 
 #include "host/publish/Request.h"
 #include "host/store/StateStore.h"
+#include "tests/support/ScratchDirectory.h"
 
 namespace Publish {
 namespace {
@@ -79,15 +80,9 @@ class Client {
 
 class ServerTest : public ::testing::Test {
  protected:
-   ServerTest() {
-      std::string text = (fs::temp_directory_path() / "publish.XXXXXX").string();
-      folder = mkdtemp(text.data());
-      path = folder / "publish.sock";
-   }
    ~ServerTest() override {
       server.reset();
       tasks->runAll();
-      fs::remove_all(folder);
    }
 
    void start(Limits limits = {}, Access access = {}) {
@@ -146,8 +141,8 @@ class ServerTest : public ::testing::Test {
    }
    std::size_t pathSpecs() const { return store.collections().front()->size(); }
 
-   fs::path folder;
-   fs::path path;
+   TestSupport::ScratchDirectory const folder;
+   fs::path const path = folder.path() / "publish.sock";
    Vel::Ptr<Vel::EntityDir> root = Vel::makePtr<Vel::EntityDir>("root");
    Store::StateStore store{root};
    Vel::Ptr<Orb::TaskScheduler> const tasks = Orb::TaskSchedulerRoot::findOrCreateScheduler();
@@ -383,7 +378,7 @@ TEST_F(ServerTest, ItMayGoWhileALineIsUnderWay) {
    server.reset();
    tasks->runAll();
    start();
-   EXPECT_FALSE(fs::is_empty(folder));
+   EXPECT_FALSE(fs::is_empty(folder.path()));
 }
 
 }  // namespace

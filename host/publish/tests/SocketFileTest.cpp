@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/publish/SocketFile.h"
+#include "tests/support/ScratchDirectory.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -22,13 +23,6 @@ using ::testing::HasSubstr;
 
 class SocketFileTest : public ::testing::Test {
  protected:
-   SocketFileTest() {
-      std::string text = (fs::temp_directory_path() / "socket-file.XXXXXX").string();
-      folder = mkdtemp(text.data());
-      path = folder / "publish.sock";
-   }
-   ~SocketFileTest() override { fs::remove_all(folder); }
-
    std::string refusal(SocketFile::Options options) {
       try {
          SocketFile const file(std::move(options));
@@ -49,8 +43,9 @@ class SocketFileTest : public ::testing::Test {
       ASSERT_EQ(listen(socket, 1), 0);
    }
 
-   fs::path folder;
-   fs::path path;
+   TestSupport::ScratchDirectory const scratch;
+   fs::path const folder = scratch.path();
+   fs::path const path = folder / "publish.sock";
 };
 
 TEST_F(SocketFileTest, TheSocketHasItsModeAndGoesWithItsMaker) {

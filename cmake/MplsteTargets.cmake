@@ -49,13 +49,15 @@ function(mplste_gtest name)
   set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${suites})
 endfunction()
 
-# mplste_test(NAME LIBS...): the unit tests of a folder, in tests/ beside the code.
+# mplste_test(NAME LIBS... [SOURCES...]): the unit tests of a folder, in tests/ beside the code, with sources that
+# tests share.
 function(mplste_test name)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tests/*.cpp)
   if(NOT MPLSTE_TESTS OR NOT MPLSTE_UNIT_TESTS OR NOT sources)
     return()
   endif()
-  mplste_gtest(${name} SOURCES ${sources} ${ARGN})
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+  mplste_gtest(${name} SOURCES ${sources} ${arg_SOURCES} LIBS ${arg_LIBS})
   # What every test includes is compiled once.
   if(NOT TARGET test_headers)
     file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test_headers.cpp CONTENT "int main() {}\n")

@@ -17,8 +17,8 @@
 #include "snmp/tests/ExpectedTree.h"
 #include "snmp/tests/Requests.h"
 #include "snmp/tests/Rows.h"
-#include "snmp/tests/TestAgent.h"
 #include "substrate/vel/EntityDir.h"
+#include "tests/support/TestAgent.h"
 #include "tests/support/TraceCapture.h"
 
 namespace MplsSnmp {

@@ -3,11 +3,13 @@
 /// without any configuration, port number or file.
 #pragma once
 
+#include <netinet/in.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "snmp/NetSnmp.h"
+#include "host/loop/NetSnmp.h"
 #include "tests/support/ScratchDirectory.h"
 
 namespace TestSupport {
@@ -35,7 +37,8 @@ struct Setting {
 
 class TestAgent {
  public:
-   TestAgent();
+   /// `configuration`: lines in net-snmp's notation, in place of a community "public" that may do everything.
+   explicit TestAgent(std::vector<std::string> const& configuration = {"rwcommunity public 127.0.0.1"});
    ~TestAgent();
    TestAgent(TestAgent const&) = delete;
    TestAgent& operator=(TestAgent const&) = delete;
@@ -49,6 +52,8 @@ class TestAgent {
    /// The version of what is asked from now on: SNMP_VERSION_2c, as at first, or SNMP_VERSION_1.
    void versionIs(long version);
 
+   /// Where the agent answers over UDP.
+   sockaddr_in socketAddress() const;
    /// The packet of a GET of that object, as the manager would send it.
    std::vector<std::uint8_t> packet(Oid const& name);
    /// Hands the agent a packet as it stands, and no answer back.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "snmp/tests/TestAgent.h"
+#include "tests/support/TestAgent.h"
 
 #include <arpa/inet.h>
 #include <fmt/format.h>
@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "snmp/tests/Requests.h"
+#include "tests/support/ValueText.h"
 
 namespace TestSupport {
 
@@ -64,7 +64,7 @@ int receive(int operation, netsnmp_session* /*session*/, int /*id*/, netsnmp_pdu
 
 }  // namespace
 
-TestAgent::TestAgent() {
+TestAgent::TestAgent(std::vector<std::string> const& configuration) {
    setenv("MIBS", "", 1);  // names are numbers
    setenv("SNMP_PERSISTENT_DIR", directory_.path().c_str(), 1);
    for (int const flag : {NETSNMP_DS_LIB_DONT_READ_CONFIGS, NETSNMP_DS_LIB_DONT_PERSIST_STATE,
@@ -77,8 +77,7 @@ TestAgent::TestAgent() {
    netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX, kLargestDatagram);
    netsnmp_register_loghandler(NETSNMP_LOGHANDLER_NONE, LOG_DEBUG);
    init_agent(kName);
-   char access[] = "rwcommunity public 127.0.0.1";
-   netsnmp_config_remember(access);
+   for (std::string line : configuration) netsnmp_config_remember(line.data());
    init_snmp(kName);
 
    auto* const transport = netsnmp_transport_open_server("snmp", "udp:127.0.0.1:0");
@@ -170,13 +169,19 @@ std::vector<std::uint8_t> TestAgent::packet(Oid const& name) {
    return buffer;
 }
 
-void TestAgent::send(std::vector<std::uint8_t> const& packet) {
-   Socket const sender;
+sockaddr_in TestAgent::socketAddress() const {
    sockaddr_in address{};
    address.sin_family = AF_INET;
    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
    address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(address_.substr(address_.rfind(':') + 1))));
-   sendto(sender.descriptor(), packet.data(), packet.size(), 0, reinterpret_cast<sockaddr*>(&address), sizeof address);
+   return address;
+}
+
+void TestAgent::send(std::vector<std::uint8_t> const& packet) {
+   Socket const sender;
+   auto const address = socketAddress();
+   sendto(sender.descriptor(), packet.data(), packet.size(), 0, reinterpret_cast<sockaddr const*>(&address),
+          sizeof address);
    while (agent_check_and_process(0) > 0) {
    }
 }

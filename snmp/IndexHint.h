@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <limits>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -22,6 +23,7 @@ template <class Key>
 struct IndexComponent {
    std::string_view object;                      ///< its name in the MIB
    std::string_view label;                       ///< its name in the trace lines of a walk
+   std::uint32_t largest;                        ///< the largest value that a key can hold
    std::uint32_t (*fromAsn)(void const* value);  ///< throws Vel::RangeException
    std::uint32_t (*fromKey)(Key const& key);
 };
@@ -41,7 +43,7 @@ struct IndexField<Field> {
    static std::uint32_t fromKey(Key const& key) { return key.*Field; }
 
    static constexpr IndexComponent<Key> named(std::string_view object, std::string_view label) {
-      return {object, label, fromAsn, fromKey};
+      return {object, label, std::numeric_limits<Number>::max(), fromAsn, fromKey};
    }
 };
 

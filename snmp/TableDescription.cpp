@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "snmp/TableRows.h"
 #include "snmp/Tables.h"
 
 namespace MplsSnmp {
@@ -30,6 +31,11 @@ constexpr auto columnNumbers() {
    return numbers;
 }
 
+template <class Table>
+std::unique_ptr<Snmp::OrderedRows> rows(MplsTeMib const& mib) {
+   return std::make_unique<TableRows<Table>>(mib);
+}
+
 constexpr auto kTunnelComponents = componentNames<TunnelTable>();
 constexpr auto kHopComponents = componentNames<HopTable>();
 constexpr auto kPerfComponents = componentNames<PerfTable>();
@@ -52,7 +58,8 @@ TableDescription const mplsTunnelTableDescription{.name = TunnelTable::name,
                                                   .makeDataContext = mplsTunnelTable_make_data_context,
                                                   .freeDataContext = mplsTunnelTable_free_data_context,
                                                   .freeLoopContextAtEnd = mplsTunnelTable_free_loop_context_at_end,
-                                                  .handler = mplsTunnelTable_handler};
+                                                  .handler = mplsTunnelTable_handler,
+                                                  .orderedRows = &rows<TunnelTable>};
 
 TableDescription const mplsTunnelHopTableDescription{
       .name = HopTable::name,
@@ -65,7 +72,8 @@ TableDescription const mplsTunnelHopTableDescription{
       .makeDataContext = mplsTunnelHopTable_make_data_context,
       .freeDataContext = mplsTunnelHopTable_free_data_context,
       .freeLoopContextAtEnd = mplsTunnelHopTable_free_loop_context_at_end,
-      .handler = mplsTunnelHopTable_handler};
+      .handler = mplsTunnelHopTable_handler,
+      .orderedRows = &rows<HopTable>};
 
 TableDescription const mplsTunnelPerfTableDescription{
       .name = PerfTable::name,
@@ -78,6 +86,7 @@ TableDescription const mplsTunnelPerfTableDescription{
       .makeDataContext = mplsTunnelPerfTable_make_data_context,
       .freeDataContext = mplsTunnelPerfTable_free_data_context,
       .freeLoopContextAtEnd = mplsTunnelPerfTable_free_loop_context_at_end,
-      .handler = mplsTunnelPerfTable_handler};
+      .handler = mplsTunnelPerfTable_handler,
+      .orderedRows = &rows<PerfTable>};
 
 }  // namespace MplsSnmp

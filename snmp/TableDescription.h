@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <memory>
 #include <span>
 #include <string_view>
 
+#include "host/snmp/OrderedRows.h"
+#include "mib/MplsTeMib.h"
 #include "snmp/NetSnmp.h"
 
 namespace MplsSnmp {
@@ -21,6 +24,8 @@ struct TableDescription {
    Netsnmp_Free_Data_Context* freeDataContext;
    Netsnmp_Free_Loop_Context* freeLoopContextAtEnd;
    Netsnmp_Node_Handler* handler;
+   /// Its rows, for a host that reaches them by itself.
+   std::unique_ptr<Snmp::OrderedRows> (*orderedRows)(MplsTeMib const& mib);
 };
 
 extern TableDescription const mplsTunnelTableDescription;

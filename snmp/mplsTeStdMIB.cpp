@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/snmp/HandlerRegistration.h"
+#include "host/snmp/OrderedRows.h"
 #include "mib/MplsTeMib.h"
 #include "snmp/NetSnmp.h"
 #include "snmp/Registrations.h"
@@ -134,6 +135,8 @@ void initializeTable(TableDescription const& table, Vel::String const& context) 
    // through.
    int const injected = netsnmp_inject_handler(registration, netsnmp_get_serialize_handler());
    Trel::fmassert(injected == 0, "injected == (0)");
+   // A host may have a shorter way to the rows.
+   Snmp::orderedRowsIs(registration, table.orderedRows(*mib));
    trace.trace(8, "Initialized table ", table.name, " in context ", quoted(context));
 }
 
@@ -181,7 +184,10 @@ void initialize_table_mplsTunnelPerfTable(Vel::Ptr<Snmp::Config const> /*config*
 void unregister_mplsTeStdMIB(Vel::String context) {
    using namespace MplsSnmp;
    tableTrace().trace(2, "Unregistering mplsTeStdMIB in context ", quoted(context));
-   for (auto* const registration : taken(handlerRegistrations(), context)) netsnmp_unregister_handler(registration);
+   for (auto* const registration : taken(handlerRegistrations(), context)) {
+      netsnmp_unregister_handler(registration);
+      Snmp::orderedRowsIs(registration, nullptr);
+   }
    for (auto* columns : taken(columnDescriptions(), context)) {
       while (columns) std::free(std::exchange(columns, columns->next));
    }

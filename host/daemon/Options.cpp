@@ -89,11 +89,18 @@ Options::Trace parseTrace(std::string const& text) {
    return {text.substr(0, sign), Trel::parseTraceLevels(std::string_view(text).substr(sign + 1))};
 }
 
+Host::TableDriving parseTableDriving(std::string const& text) {
+   if (text == "own") return Host::TableDriving::own;
+   if (text == "stock") return Host::TableDriving::stock;
+   throw std::invalid_argument("it must be own or stock");
+}
+
 std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    Options options;
    std::vector<std::string> traces;
    std::optional<std::string> log;
    std::optional<std::string> logLevel;
+   std::optional<std::string> tableDriver;
 
    CLI::App app("Serves the MPLS traffic-engineering tunnels of a head end over SNMP (MPLS-TE-STD-MIB)", "mplsted");
    app.set_version_flag("--version", "mplsted " MPLSTE_VERSION);
@@ -114,6 +121,11 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
                ->expected(0, 1)
                ->excludes("--listen");
    app.add_option("--module", options.module, "The MIB module to load, instead of mplsTeStdMIB.so")->type_name("FILE");
+   app.add_option(
+            "--table-driver", tableDriver,
+            "What answers requests for the tables: own (the default), which costs the same at any size, or stock, "
+            "the chain of net-snmp's handlers")
+         ->type_name("DRIVER");
    app.add_option("--counters", options.counters,
                   "The shared memory that the forwarding process keeps packets and bytes in; without it they read as 0")
          ->type_name("NAME");
@@ -158,6 +170,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    refuseEmpty(app);
    if (agentx->count() != 0) options.agentx = master;
    for (auto const& text : traces) options.traces.push_back(parsed("--trace", text, parseTrace));
+   if (tableDriver) options.tableDriving = parsed("--table-driver", *tableDriver, parseTableDriving);
    if (log) options.log = parsed("--log", *log, parseLogOutput);
    if (logLevel) options.logLevel = parsed("--log-level", *logLevel, parseLogLevel);
    takePublishOptions(options.publish);

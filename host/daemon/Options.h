@@ -13,6 +13,7 @@
 
 #include "host/daemon/LogOutput.h"
 #include "host/daemon/PublishOptions.h"
+#include "host/module/Module.h"
 #include "substrate/trel/Trace.h"
 
 namespace Daemon {
@@ -34,6 +35,7 @@ struct Options {
    std::optional<std::string> agentx;
    /// Empty: the module that belongs to this program.
    std::filesystem::path module;
+   Host::TableDriving tableDriving = Host::TableDriving::own;
    /// The shared memory that holds the counters; empty: none.
    std::string counters;
    /// Whose that memory must be, beside our own and root's; see ShmCounterTable.
@@ -60,6 +62,9 @@ class UsageError : public std::runtime_error {
 
 /// Reads HANDLE=LEVELS. Throws std::invalid_argument.
 Options::Trace parseTrace(std::string const& text);
+
+/// Reads "own" or "stock". Throws std::invalid_argument.
+Host::TableDriving parseTableDriving(std::string const& text);
 
 /// Reads the arguments (without the program's name). Prints to the standard output and returns nothing when they ask
 /// for the help text or the version. Throws UsageError.

@@ -42,6 +42,8 @@ constexpr Setting kSettings[] = {
        [](Options& to, std::string const& value) { setPublishLongestLine(to.publish, value); }},
       {"--agentx", "mplsteAgentX", kRestart, kOurs, [](Options& to, std::string const& value) { to.agentx = value; }},
       {"--module", "mplsteModule", kRestart, kAny, [](Options& to, std::string const& value) { to.module = value; }},
+      {"--table-driver", "mplsteTableDriver", kRestart, kAny,
+       [](Options& to, std::string const& value) { to.tableDriving = parseTableDriving(value); }},
       {"--context", "mplsteContext", kRestart, kAny,
        [](Options& to, std::string const& value) { to.contexts.push_back(value); }},
       {"--counters", "mplsteCounters", kRestart, kAny,

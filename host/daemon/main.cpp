@@ -97,7 +97,7 @@ void check(Daemon::Options const& commandLine) {
    Host::Module const module(
          options.module.empty() ? Daemon::ownModule() : options.module, root,
          {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), Daemon::counterTable(options)},
-         options.contexts);
+         options.contexts, options.tableDriving);
    scheduler->runAll();
    std::puts("ok");
 }
@@ -127,8 +127,8 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
 
    auto const counters = Daemon::counterTable(options);
    Host::Module const module(options.module.empty() ? Daemon::ownModule() : options.module, root,
-                             {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters},
-                             options.contexts);
+                             {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters}, options.contexts,
+                             options.tableDriving);
 
    Daemon::Status status({.store = &store,
                           .module = &module,

@@ -42,7 +42,7 @@ class Plugin::Service {
            store_(root_),
            counters_(Daemon::counterTable(options)),
            module_(options.module.empty() ? moduleBeside() : options.module, root_,
-                   {store_.lerConfig(), store_.lerHiveStatus(), store_.kelpStatus(), counters_}, options.contexts),
+                   {store_.lerConfig(), store_.lerHiveStatus(), store_.kelpStatus(), counters_}, options.contexts, options.tableDriving),
            status_({.store = &store_,
                     .module = &module_,
                     .counters = counters_.get(),

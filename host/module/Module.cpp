@@ -9,8 +9,8 @@
 #include <set>
 #include <utility>
 
-#include "host/module/AbsentRows.h"
 #include "host/snmp/SnmpUtil.h"
+#include "host/tables/TableDriver.h"
 #include "substrate/orb/NumAllocator.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/TypeRegistry.h"
@@ -105,7 +105,7 @@ std::uint64_t ModuleEntities::hopListsInUse() const {
 }
 
 ModuleRegistration::ModuleRegistration(Library const& library, std::vector<Snmp::HandlerRegistration*> const& known,
-                                       std::vector<std::string> const& contexts)
+                                       std::vector<std::string> const& contexts, TableDriving driving)
       // What could not be unloaded is not loaded.
       : unregister_(reinterpret_cast<void (*)(Vel::String)>(library.symbol(unregisterSymbol(library.file().stem())))) {
    auto const served = [this](Vel::String const& context) {
@@ -121,8 +121,9 @@ ModuleRegistration::ModuleRegistration(Library const& library, std::vector<Snmp:
          if (std::ranges::find(known, registration) == known.end()) registration->initHandler(context);
       }
    }
+   if (driving == TableDriving::stock) return;
    for (auto* const registration : registrations()) {
-      if (!others.contains(registration)) answerAbsentRowsAtOnce(*registration);
+      if (!others.contains(registration)) TableDriver::drive(*registration);
    }
 }
 
@@ -135,12 +136,12 @@ Module::AgentRoot::AgentRoot(Vel::Ptr<Vel::EntityDir> const& root) { SnmpUtil::a
 Module::AgentRoot::~AgentRoot() { SnmpUtil::agentRootIs(nullptr); }
 
 Module::Module(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs,
-               std::vector<std::string> const& contexts)
+               std::vector<std::string> const& contexts, TableDriving driving)
       : known_(Snmp::AutoRegistree::registrations()),
         library_(file),
         agentRoot_(root),
         entities_(library_, root, inputs),
-        registration_(library_, known_, contexts) {}
+        registration_(library_, known_, contexts, driving) {}
 
 // The derivation ends before its tables are taken from the agent, the entities and the library follow.
 Module::~Module() { entities_.stop(); }

@@ -71,12 +71,17 @@ class ModuleEntities {
    Vel::Ptr<Vel::Entity> moduleRoot_;
 };
 
+/// How the requests for a module's tables are answered: by our own driver where the module offers its rows in order
+/// (host/tables), or by the chain of net-snmp's handlers that the module registers. The answers are the same, but for
+/// what docs/requests.md lists; what they cost is not.
+enum class TableDriving { own, stock };
+
 /// The registration of a module's tables with net-snmp, in the default context and in others.
 class ModuleRegistration {
  public:
    /// `known`: the registrations that were there before the module was loaded. REQUIRES: the agent root is set.
    ModuleRegistration(Library const& library, std::vector<Snmp::HandlerRegistration*> const& known,
-                      std::vector<std::string> const& contexts);
+                      std::vector<std::string> const& contexts, TableDriving driving);
    ~ModuleRegistration();
    ModuleRegistration(ModuleRegistration const&) = delete;
    ModuleRegistration& operator=(ModuleRegistration const&) = delete;
@@ -87,9 +92,9 @@ class ModuleRegistration {
 };
 
 /// A MIB module that runs in this process: loads it, creates its entities below the agent's root, gives it its inputs
-/// and registers its tables, which then also answer a GET of an absent row at once. The module is known by its file and
-/// by the names of its types alone. When this goes, the module leaves nothing behind: no registration, no type, no
-/// task, no memory, no mapping.
+/// and registers its tables, which are then answered by our own driver unless asked otherwise. The module is known by
+/// its file and by the names of its types alone. When this goes, the module leaves nothing behind: no registration, no
+/// type, no task, no memory, no mapping.
 ///
 /// Works in an agent of our own and inside a stock snmpd alike; net-snmp's agent library must be initialised. The
 /// tasks of the module are run by somebody else, see Loop::TaskRunner. At most one lives at a time: it sets the agent's
@@ -99,7 +104,7 @@ class Module {
    /// `root`: the agent's root. `contexts`: SNMP contexts besides the default one. Throws ModuleError; then nothing of
    /// the module is left.
    Module(std::filesystem::path const& file, Vel::Ptr<Vel::EntityDir> const& root, ModuleInputs const& inputs,
-          std::vector<std::string> const& contexts = {});
+          std::vector<std::string> const& contexts = {}, TableDriving driving = TableDriving::own);
    ~Module();
    Module(Module const&) = delete;
    Module& operator=(Module const&) = delete;

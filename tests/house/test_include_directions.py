@@ -21,9 +21,10 @@ MAY_INCLUDE = {
     # The host and the tools: no header of the module.
     "host/snmp": ["substrate", "inputs"],
     "host/loop": ["substrate"],
-    "host/module": ["substrate", "inputs", "host/snmp", "host/loop"],
+    "host/tables": ["substrate", "host/snmp", "host/loop"],
+    "host/module": ["substrate", "inputs", "host/snmp", "host/loop", "host/tables"],
     # What its tests give to a module comes from the store.
-    "host/module/tests": ["substrate", "inputs", "host/snmp", "host/loop", "host/module", "host/store"],
+    "host/module/tests": ["substrate", "inputs", "host/snmp", "host/loop", "host/tables", "host/module", "host/store"],
     "host/store": ["substrate", "inputs", "host/snmp"],
     "host/feed": ["substrate", "inputs", "host/snmp", "host/loop", "host/store"],
     "host/publish": ["substrate", "inputs", "host/snmp", "host/loop", "host/store", "host/feed"],
@@ -31,7 +32,7 @@ MAY_INCLUDE = {
     "host/dlmod": ["substrate", "inputs", "host"],
     "tools": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],
     # As outsiders write them, against what is installed.
-    "examples": ["substrate", "inputs", "host/snmp", "host/loop", "host/module", "host/store", "host/feed"],
+    "examples": ["substrate", "inputs", "host/snmp", "host/loop", "host/tables", "host/module", "host/store", "host/feed"],
     # Whole-product tests and benchmarks look at everything.
     "tests": [""],
     "bench": [""],

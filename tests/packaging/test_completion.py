@@ -40,6 +40,7 @@ def offered(prefix, *words, folder=None):
     (["mplsted", "--st"], ["--state"]),
     (["mplsted", "--counters"], ["--counters", "--counters-owner"]),
     (["mplsted", "--log-level", ""], ["debug", "error", "info", "warning"]),
+    (["mplsted", "--table-driver", ""], ["own", "stock"]),
     (["mplsted", "--state", "s", "--log", "s"], ["stderr", "syslog"]),
     (["mplsted", "x"], []),
 ])

@@ -35,6 +35,7 @@ TEST(Options, aStateFileIsAllThatIsNeeded) {
    EXPECT_FALSE(options->countersOwner);
    EXPECT_EQ(options->log, Daemon::LogOutput::standardError);
    EXPECT_EQ(options->logLevel, Daemon::LogLevel::debug);
+   EXPECT_EQ(options->tableDriving, Host::TableDriving::own);
    EXPECT_FALSE(options->checkConfig);
    EXPECT_THAT(options->given, ElementsAre("--state"));
 }
@@ -46,6 +47,11 @@ TEST(Options, whatIsSaidOnTheCommandLineIsKnown) {
    EXPECT_EQ(options->logLevel, Daemon::LogLevel::warning);
    EXPECT_TRUE(options->checkConfig);
    EXPECT_THAT(options->given, ElementsAre("--check-config", "--config", "--log", "--log-level"));
+}
+
+TEST(Options, theTableDriverIsOursOrNetSnmps) {
+   EXPECT_EQ(parse({"--table-driver", "stock"})->tableDriving, Host::TableDriving::stock);
+   EXPECT_EQ(parse({"--table-driver", "own"})->tableDriving, Host::TableDriving::own);
 }
 
 TEST(Options, allAreTaken) {
@@ -76,13 +82,14 @@ TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
    std::string const help = testing::internal::GetCapturedStdout();
    for (char const* const option :
         {"--state", "--listen", "--agentx", "--counters", "--counters-owner", "--module", "--config", "--trace",
-         "--context", "--log", "--log-level", "--check-config", "--version", "--help"}) {
+         "--context", "--log", "--log-level", "--check-config", "--table-driver", "--version", "--help"}) {
       EXPECT_THAT(help, HasSubstr(option));
    }
 }
 
 TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
    EXPECT_EQ(usageError({"--log", "file"}), "--log file: it must be stderr or syslog");
+   EXPECT_EQ(usageError({"--table-driver", "iterator"}), "--table-driver iterator: it must be own or stock");
    EXPECT_EQ(usageError({"--log-level", "loud"}), "--log-level loud: it must be error, warning, info or debug");
    EXPECT_THAT(usageError({"--state", "s", "--stat", "t"}), HasSubstr("--stat"));
    EXPECT_THAT(usageError({"--state", "s", "more"}), HasSubstr("more"));

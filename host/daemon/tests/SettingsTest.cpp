@@ -30,7 +30,8 @@ class FileSettingsTest : public testing::Test {
 
 TEST_F(FileSettingsTest, aLineSaysWhatAnOptionSays) {
    read("mplsteState /run/state.json\nmplsteCounters mplste-counters\nmplsteCountersOwner 1000\nmplsteModule m.so\n"
-        "mplsteContext red\nmplsteContext blue\nmplsteTrace MplsSnmp=0-2\nmplsteLog syslog\nmplsteLogLevel error\n");
+        "mplsteContext red\nmplsteContext blue\nmplsteTrace MplsSnmp=0-2\nmplsteLog syslog\nmplsteLogLevel error\n"
+        "mplsteTableDriver stock\n");
    auto const options = settings_.merged({});
    EXPECT_EQ(options.state, "/run/state.json");
    EXPECT_EQ(options.counters, "mplste-counters");
@@ -40,6 +41,7 @@ TEST_F(FileSettingsTest, aLineSaysWhatAnOptionSays) {
    EXPECT_THAT(options.traces, ElementsAre(Daemon::Options::Trace{"MplsSnmp", 0b111}));
    EXPECT_EQ(options.log, Daemon::LogOutput::syslog);
    EXPECT_EQ(options.logLevel, Daemon::LogLevel::error);
+   EXPECT_EQ(options.tableDriving, Host::TableDriving::stock);
 }
 
 TEST_F(FileSettingsTest, theCommandLineWins) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "host/daemon/Allocator.h"
 #include "host/daemon/Configuration.h"
 #include "host/daemon/Counters.h"
 #include "host/daemon/Log.h"
@@ -168,6 +169,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    bool saidReady = false;
    Loop::TaskRunner const tasks(
          [&] {
+            Daemon::freeMemoryIs(Daemon::FreeMemory::kept);
             if (!state.loaded() || std::exchange(saidReady, true)) return;
             serving = toText(Daemon::Ready{module.tunnels(), state.names(), agent.addresses(), configuration.access(),
                                            firstAnswer, since(start),
@@ -177,7 +179,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
             std::fflush(stdout);  // somebody who does not listen is no reason to end
             log.warnOfUnknownHandles();
          },
-         failed);
+         failed, [] { Daemon::freeMemoryIs(Daemon::FreeMemory::returned); });
    firstAnswer = since(start);
    notify.ready(serving);
    agent.run();

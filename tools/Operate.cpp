@@ -68,7 +68,7 @@ void addTrace(CLI::App& app) {
    auto* const command = app.add_subcommand("trace", "Set the trace levels of a part of mplsted");
    auto const options = std::make_shared<PublishOptions>();
    auto const levels = std::make_shared<std::string>();
-   command->add_option("HANDLE=LEVELS", *levels, "A part and its levels 0 to 15, such as mplsTeStdMIB=0-2,8 or =none")
+   command->add_option("HANDLE=LEVELS", *levels, "A part and its levels 0 to 9, such as mplsTeStdMIB=0-2,8 or =none")
          ->type_name("")
          ->required();
    addPublishOptions(*command, *options);

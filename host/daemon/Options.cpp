@@ -137,7 +137,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
                   "net-snmp looks, and without one the community public may read from this machine")
          ->type_name("FILE");
    app.add_option("--trace", traces,
-                  "Trace levels 0 to 15 of a part, such as mplsTeStdMIB=0-2,8; may be given more than once")
+                  "Trace levels 0 to 9 of a part, such as mplsTeStdMIB=0-2,8; may be given more than once")
          ->type_name("HANDLE=LEVELS")
          ->expected(1);
    app.add_option("--context", options.contexts,

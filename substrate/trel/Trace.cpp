@@ -12,8 +12,6 @@ namespace Trel {
 
 namespace {
 
-constexpr unsigned kMaxLevel = 15;
-
 void writeToStandardError(TraceRecord const& record) {
    std::fprintf(stderr, "%.*s/%d: %.*s\n", static_cast<int>(record.handle.size()), record.handle.data(), record.level,
                 static_cast<int>(record.text.size()), record.text.data());
@@ -35,9 +33,9 @@ Registry& registry() {
 unsigned parseLevel(std::string_view text, std::string_view whole) {
    unsigned level = 0;
    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), level);
-   if (error != std::errc{} || end != text.data() + text.size() || level > kMaxLevel) {
+   if (error != std::errc{} || end != text.data() + text.size() || level > kMaxTraceLevel) {
       throw std::invalid_argument(fmt::format("\"{}\" is not a set of trace levels: \"{}\" is not a level from 0 to {}",
-                                              whole, text, kMaxLevel));
+                                              whole, text, kMaxTraceLevel));
    }
    return level;
 }

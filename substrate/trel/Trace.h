@@ -15,7 +15,7 @@ namespace Trel {
 /// One line of trace as the sink receives it. The views are valid only during the call.
 struct TraceRecord {
    std::string_view handle;    ///< name of the trace handle
-   int level;                  ///< 0 (errors) to 15
+   int level;                  ///< 0 (errors) to 9
    std::string_view file;      ///< source unit, may be empty
    std::string_view function;  ///< short function name, may be empty
    std::string_view text;      ///< the line, without a newline
@@ -25,6 +25,9 @@ using TraceSink = std::function<void(TraceRecord const&)>;
 
 /// A set of trace levels, bit n for level n.
 using TraceLevels = std::uint16_t;
+
+/// Levels run from 0, errors, to 9, the detail of state machines.
+inline constexpr unsigned kMaxTraceLevel = 9;
 
 /// Level 0 carries errors and is enabled from the start on every handle.
 inline constexpr TraceLevels kErrorLevel = 1U;

@@ -52,6 +52,7 @@ class NumAllocatorStatus : public Vel::PtrInterface {
 /// knows a released number has time to forget it.
 class NumAllocator : public Vel::PtrInterface {
  public:
+   /// REQUIRES: none is null.
    static Vel::Ptr<NumAllocator> NumAllocatorIs(Vel::Ptr<NumAllocatorConfig> config,
                                                 Vel::Ptr<NumAllocatorStatus> status, Vel::Ptr<Clock> clock);
 

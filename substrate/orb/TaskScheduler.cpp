@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "substrate/orb/TaskScheduler.h"
 
+#include <pthread.h>
+
 #include <algorithm>
-#include <mutex>
-#include <thread>
+#include <system_error>
 #include <utility>
+
+#include "substrate/trel/Assert.h"
 
 namespace Orb {
 
@@ -26,15 +29,45 @@ class Scoped {
 
 using TimePoint = std::chrono::steady_clock::time_point;
 
+/// One reference for every thread, dropped when the thread ends; that of the thread which unloads this library, or
+/// ends the process, goes with it. A thread_local object would keep the library from being unloaded.
+class ThreadsOwn {
+ public:
+   ThreadsOwn() {
+      if (int const error = pthread_key_create(&key_, drop)) throw std::system_error(error, std::generic_category());
+   }
+   ~ThreadsOwn() {
+      drop(pthread_getspecific(key_));
+      pthread_key_delete(key_);
+   }
+   ThreadsOwn(ThreadsOwn const&) = delete;
+   ThreadsOwn& operator=(ThreadsOwn const&) = delete;
+
+   Vel::Ptr<TaskScheduler> scheduler() const { return static_cast<TaskScheduler*>(pthread_getspecific(key_)); }
+   /// REQUIRES: the thread has none yet.
+   void schedulerIs(Vel::Ptr<TaskScheduler> const& scheduler) const {
+      if (int const error = pthread_setspecific(key_, scheduler.get())) {
+         throw std::system_error(error, std::generic_category());
+      }
+      scheduler->newRef();
+   }
+
+ private:
+   static void drop(void* scheduler) {
+      if (scheduler) static_cast<TaskScheduler*>(scheduler)->deleteRef();
+   }
+   pthread_key_t key_{};
+};
+
 }  // namespace
 
 Vel::Ptr<TaskScheduler> TaskSchedulerRoot::findOrCreateScheduler() {
-   // Not in the thread's own storage: what a thread has to destroy at its end keeps a library from being unloaded.
-   static std::mutex mutex;
-   static std::map<std::thread::id, Vel::Ptr<TaskScheduler>> schedulers;
-   std::lock_guard const lock(mutex);
-   auto& scheduler = schedulers[std::this_thread::get_id()];
-   if (!scheduler) scheduler = Vel::makePtr<TaskScheduler>();
+   static ThreadsOwn const own;
+   auto scheduler = own.scheduler();
+   if (!scheduler) {
+      scheduler = Vel::makePtr<TaskScheduler>();
+      own.schedulerIs(scheduler);
+   }
    return scheduler;
 }
 
@@ -89,7 +122,9 @@ bool TaskScheduler::mustYield() const {
 }
 
 Task::Task(Vel::Ptr<TaskScheduler> scheduler, TaskPriority priority, std::string name, Work work)
-      : scheduler_(std::move(scheduler)), priority_(priority), name_(std::move(name)), work_(std::move(work)) {}
+      : scheduler_(std::move(scheduler)), priority_(priority), name_(std::move(name)), work_(std::move(work)) {
+   Trel::fmassert(scheduler_ && work_, "scheduler && work");
+}
 
 Task::~Task() { cancelTask(); }
 

@@ -56,7 +56,7 @@ class TaskScheduler : public Vel::PtrInterface {
 };
 
 struct TaskSchedulerRoot {
-   /// The scheduler of this thread.
+   /// The scheduler of this thread. The thread keeps it until it ends; tasks that are left hold it longer.
    static Vel::Ptr<TaskScheduler> findOrCreateScheduler();
 };
 
@@ -65,7 +65,7 @@ class Task : public Vel::PtrInterface {
  public:
    using Work = std::function<void(Task&)>;
 
-   /// `work` runs once per `scheduleTask`.
+   /// `work` runs once per `scheduleTask`. REQUIRES: there are a scheduler and something to do.
    Task(Vel::Ptr<TaskScheduler> scheduler, TaskPriority priority, std::string name, Work work);
    ~Task() override;
 

@@ -256,6 +256,11 @@ TEST_F(TaskSchedulerTest, anErrorInATaskReachesTheHostAndLeavesTheSchedulerSound
    EXPECT_EQ(runAll(), (Log{"b"}));
 }
 
+TEST_F(TaskSchedulerTest, aTaskNeedsASchedulerAndSomethingToDo) {
+   EXPECT_DEATH(makePtr<Task>(nullptr, TaskPriority::normal, "a", [](Task&) {}), "`scheduler && work' failed");
+   EXPECT_DEATH(makePtr<Task>(scheduler_, TaskPriority::normal, "a", nullptr), "`scheduler && work' failed");
+}
+
 class WakeTest : public TaskSchedulerTest {
  protected:
    WakeTest() {
@@ -303,6 +308,30 @@ TEST(TaskSchedulerRootTest, eachThreadHasOneScheduler) {
    TaskScheduler const* other = nullptr;
    std::thread([&] { other = Orb::TaskSchedulerRoot::findOrCreateScheduler().get(); }).join();
    EXPECT_NE(other, mine.get());
+}
+
+TEST(TaskSchedulerRootTest, theSchedulerOfAThreadGoesWithIt) {
+   auto const before = Vel::PtrInterface::objectsLive();
+   std::uint64_t during = 0;
+   std::thread([&] {
+      auto const own = Orb::TaskSchedulerRoot::findOrCreateScheduler();
+      makePtr<Task>(own, TaskPriority::normal, "last", [](Task&) {})->scheduleTask();
+      during = Vel::PtrInterface::objectsLive();
+   }).join();
+   EXPECT_EQ(during, before + 1);
+   EXPECT_EQ(Vel::PtrInterface::objectsLive(), before);
+}
+
+TEST(TaskSchedulerRootTest, aTaskThatIsLeftKeepsTheSchedulerOfItsThread) {
+   Ptr<Task> left;
+   std::thread([&] {
+      left = makePtr<Task>(Orb::TaskSchedulerRoot::findOrCreateScheduler(), TaskPriority::normal, "left", [](Task&) {});
+      left->scheduleTask();
+   }).join();
+   EXPECT_TRUE(left->taskScheduled());
+   EXPECT_EQ(left->taskScheduler()->tasksQueued(), 1U);
+   left->taskScheduler()->runAll();
+   EXPECT_FALSE(left->taskScheduled());
 }
 
 }  // namespace

@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: MIT
 /// The enumerations of MPLS-TE-STD-MIB (RFC 3812) as the rows return them: the numeric values are the MIB's own.
 ///
-/// Every type has: the instance by number (throws Vel::RangeException) or by name (throws Vel::ParseException),
-/// `stringValue` (the enumerator's name) and `sequenceToValue` (reads a name from a character range).
+/// Every type has: the instance by number (throws Vel::RangeException), by name or from a character range (throw
+/// Vel::ParseException), and what all enumerations have, see EnumType.h.
 #pragma once
 
 #include "substrate/vel/EnumType.h"
 
 namespace MplsSnmp {
 
+using Vel::hash;
 using Vel::operator<<;
+using Vel::sequenceToValue;
+using Vel::stringValue;
+using Vel::valueToStrep;
 
 enum class AdminStatus : unsigned { adminUp = 1, adminDown, adminTesting };
 enum class OperStatus : unsigned {
@@ -37,11 +41,14 @@ Vel::EnumType<unsigned int> const& velEnumType(HopAddrType);
 Vel::EnumType<unsigned int> const& velEnumType(HopType);
 Vel::EnumType<unsigned int> const& velEnumType(HopEntryPathComp);
 
-/// An enumerator from its number or its name.
+/// An enumerator from its number, from its name, or from a character range that is its name.
 template <Vel::RegisteredEnum E>
 struct EnumInstance {
    E operator()(unsigned number) const { return Vel::enumInstance<E>(number); }
    E operator()(Vel::String const& name) const { return Vel::enumInstance<E>(name); }
+   E operator()(Vel::TextIterator begin, Vel::TextIterator end) const {
+      return Vel::strepToValue<E>(std::string_view(begin, end - begin));
+   }
 };
 inline constexpr EnumInstance<AdminStatus> AdminStatusInstance{};
 inline constexpr EnumInstance<OperStatus> OperStatusInstance{};
@@ -51,14 +58,5 @@ inline constexpr EnumInstance<MplsOwner> MplsOwnerInstance{};
 inline constexpr EnumInstance<HopAddrType> HopAddrTypeInstance{};
 inline constexpr EnumInstance<HopType> HopTypeInstance{};
 inline constexpr EnumInstance<HopEntryPathComp> HopEntryPathCompInstance{};
-
-template <Vel::RegisteredEnum E>
-Vel::String stringValue(E value) {
-   return Vel::String(Vel::enumText(value));
-}
-template <Vel::RegisteredEnum E>
-void sequenceToValue(Vel::TextIterator& begin, Vel::TextIterator end, E& out) {
-   Vel::enumFromSequence(begin, end, out);
-}
 
 }  // namespace MplsSnmp

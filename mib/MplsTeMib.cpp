@@ -40,21 +40,23 @@ void removeAllRows(Vel::PtrInterface const& owner, Vel::AttributeId attribute, T
 
 Vel::Ptr<Vel::Entity> newEntityForDir(Vel::String const& name) { return mplsTeMibFactory(name); }
 
-template <auto Member>
-constexpr Vel::Method method = Vel::Generic::method<Member>;
+using Vel::Generic::method;
 
 using Mib = MplsTeMib;
 using TunnelRowDel = Vel::Ptr<MplsTunnelTableEntry const> (Mib::*)(MplsTunnelTableKey);
 using HopRowDel = Vel::Ptr<MplsTunnelHopTableEntry const> (Mib::*)(MplsTunnelHopTableKey);
 
-Vel::Any tunnelRow(Vel::PtrInterface& self, Vel::AnyArgs args) {
+Vel::Any tunnelRow(Vel::PtrInterface const& self, Vel::AnyArgs args) {
    return Vel::Generic::apply<Vel::Ptr<MplsTunnelTableEntry const>, MplsTunnelTableKey>(
-         args, [&](MplsTunnelTableKey const& key) { return dynamic_cast<Mib&>(self).mplsTunnelTable()[key]; });
+         args,
+         [&](MplsTunnelTableKey const& key) { return Vel::Generic::objectOf<Mib const>(self).mplsTunnelTable()[key]; });
 }
 
-Vel::Any hopRow(Vel::PtrInterface& self, Vel::AnyArgs args) {
+Vel::Any hopRow(Vel::PtrInterface const& self, Vel::AnyArgs args) {
    return Vel::Generic::apply<Vel::Ptr<MplsTunnelHopTableEntry const>, MplsTunnelHopTableKey>(
-         args, [&](MplsTunnelHopTableKey const& key) { return dynamic_cast<Mib&>(self).mplsTunnelHopTable()[key]; });
+         args, [&](MplsTunnelHopTableKey const& key) {
+            return Vel::Generic::objectOf<Mib const>(self).mplsTunnelHopTable()[key];
+         });
 }
 
 constexpr std::array kAttributes{

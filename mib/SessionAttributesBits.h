@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
+#include "substrate/vel/Hasher.h"
 #include "substrate/vel/ValueText.h"
 
 namespace MplsSnmp {
@@ -13,6 +16,7 @@ using Vel::operator<<;
 /// The session attribute flags of a tunnel (mplsTunnelSessionAttributes): five booleans, bit 0 first.
 class SessionAttributesBits {
  public:
+   static constexpr std::string_view velTypeName = "MplsSnmp::SessionAttributesBits";
    static constexpr std::uint8_t kMask = 0x1f;
 
    SessionAttributesBits() = default;
@@ -35,8 +39,10 @@ class SessionAttributesBits {
    /// The five flags in the low bits.
    std::uint8_t value() const { return value_; }
 
+   /// By `value`.
    bool operator==(SessionAttributesBits const&) const = default;
-   std::uint32_t hash(std::uint32_t seed) const;
+   auto operator<=>(SessionAttributesBits const&) const = default;
+   std::uint32_t hash(std::uint32_t seed = Vel::hashSeed32) const;
    std::string valueToStrep() const;
    Vel::String stringValue() const { return Vel::String(valueToStrep()); }
    static void sequenceToValue(Vel::TextIterator& position, Vel::TextIterator end, SessionAttributesBits& out);

@@ -3,9 +3,9 @@
 
 #include <array>
 
-#include "mib/LspRequestConfigIdSet.h"
-#include "mib/MplsTeMib.h"
+#include "mib/MplsSnmp.h"
 #include "mib/Trace.h"
+#include "substrate/vel/ValueInfo.h"
 
 namespace MplsSnmp {
 
@@ -15,7 +15,15 @@ Vel::TraceHandle const& traceHandle() {
 }
 
 std::span<Vel::TypeInfo const* const> mplsSnmpTypes() {
-   static std::array<Vel::TypeInfo const*, 2> const types{&MplsTeMib::typeInfo(), &LspRequestConfigIdSet::typeInfo()};
+   using Vel::valueTypeInfo;
+   static std::array const types{
+         // Entities.
+         &MplsTeMib::typeInfo(), &LspRequestConfigIdSet::typeInfo(),
+         // Values.
+         &valueTypeInfo<MplsTunnelTableKey>(), &valueTypeInfo<MplsTunnelHopTableKey>(),
+         &valueTypeInfo<SessionAttributesBits>(), &valueTypeInfo<AdminStatus>(), &valueTypeInfo<OperStatus>(),
+         &valueTypeInfo<TunnelRole>(), &valueTypeInfo<SignallingProto>(), &valueTypeInfo<MplsOwner>(),
+         &valueTypeInfo<HopAddrType>(), &valueTypeInfo<HopType>(), &valueTypeInfo<HopEntryPathComp>()};
    return types;
 }
 

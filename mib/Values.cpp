@@ -8,7 +8,6 @@ namespace MplsSnmp {
 
 namespace {
 
-constexpr std::string_view kBitsType = "MplsSnmp::SessionAttributesBits";
 constexpr std::array<std::string_view, 5> kFlags{"fastReroute", "mergingPermitted", "isPersistent", "isPinned",
                                                  "recordRoute"};
 
@@ -26,7 +25,7 @@ MplsTunnelHopTableKey::MplsTunnelHopTableKey(Vel::TextIterator begin, Vel::TextI
       : MplsTunnelHopTableKey(whole<MplsTunnelHopTableKey>(begin, end)) {}
 
 SessionAttributesBits::SessionAttributesBits(std::uint8_t value) : value_(value) {
-   if (value > kMask) Vel::throwDenseBoolSetRangeException(kBitsType, value, kMask);
+   if (value > kMask) Vel::throwDenseBoolSetRangeException(velTypeName, value, kMask);
 }
 
 SessionAttributesBits::SessionAttributesBits(Vel::TextIterator begin, Vel::TextIterator end)
@@ -39,7 +38,7 @@ std::uint32_t SessionAttributesBits::hash(std::uint32_t seed) const {
 }
 
 std::string SessionAttributesBits::valueToStrep() const {
-   std::string text = fmt::format("Value('{}', ** {{", kBitsType);
+   std::string text = fmt::format("Value('{}', ** {{", velTypeName);
    for (unsigned n = 0; n < kFlags.size(); ++n) {
       text += fmt::format("{}'{}': {}", n == 0 ? "" : ", ", kFlags[n], Vel::toStrep(bit(n)));
    }
@@ -49,7 +48,7 @@ std::string SessionAttributesBits::valueToStrep() const {
 void SessionAttributesBits::sequenceToValue(Vel::TextIterator& position, Vel::TextIterator end,
                                             SessionAttributesBits& out) {
    SessionAttributesBits bits;
-   Vel::needString(position, end, fmt::format("Value('{}', ** {{", kBitsType));
+   Vel::needString(position, end, fmt::format("Value('{}', ** {{", velTypeName));
    for (unsigned n = 0; n < kFlags.size(); ++n) {
       Vel::needString(position, end, fmt::format("{}'{}': ", n == 0 ? "" : ", ", kFlags[n]));
       bits.bitIs(n, Vel::readBool(position, end, kFlags[n]));

@@ -320,10 +320,10 @@ TEST(MalformedIdTest, spIds) {
 TEST(IdsTest, sourcesAndPathSpecTypesHaveNamesAndNumbers) {
    EXPECT_EQ(Vel::enumInstance<RsvpLerTunnelSource>(2U), RsvpLerTunnelSource::controller);
    EXPECT_EQ(Vel::enumInstance<RsvpLerTunnelSource>("auto"), RsvpLerTunnelSource::autoTunnel);
-   EXPECT_EQ(Vel::enumText(RsvpLerTunnelSource::cli), "cli");
+   EXPECT_EQ(Vel::toStrep(RsvpLerTunnelSource::cli), "cli");
    EXPECT_THROW(Vel::enumInstance<RsvpLerTunnelSource>(3U), Vel::RangeException);
    EXPECT_EQ(static_cast<unsigned>(RsvpLerPathSpecType::primary), 0U);
-   EXPECT_EQ(Vel::enumText(RsvpLerPathSpecType::secondary), "secondary");
+   EXPECT_EQ(Vel::toStrep(RsvpLerPathSpecType::secondary), "secondary");
 }
 
 }  // namespace

@@ -81,6 +81,14 @@ void checkInstances(std::string_view typeName, Instance const& instance) {
       stream << value;
       EXPECT_EQ(stream.str(), name);
 
+      EXPECT_EQ(valueToStrep(value), name);
+      EXPECT_EQ(Vel::strepToValue<E>(name), value);
+      EXPECT_EQ(instance(name.data(), name.data() + name.size()), value);
+      EXPECT_THROW(instance(name.data(), name.data() + name.size() - 1), Vel::ParseException);
+      Vel::Hasher hasher(5);
+      hasher.mix4(number);
+      EXPECT_EQ(hash(value, 5), hasher.result());
+
       // A name is read from the front of a longer text.
       std::string const text = name + ", rest";
       Vel::TextIterator position = text.data();

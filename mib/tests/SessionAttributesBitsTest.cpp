@@ -81,6 +81,16 @@ TEST(SessionAttributesBitsTest, equalFlagsAreEqualAndHashTheSame) {
    Vel::Hasher hasher(5);
    hasher.mix1(0x14);
    EXPECT_EQ(SessionAttributesBits(0x14).hash(5), hasher.result());
+   EXPECT_EQ(SessionAttributesBits(0x14).hash(), SessionAttributesBits(0x14).hash(Vel::hashSeed32));
+}
+
+TEST(SessionAttributesBitsTest, areOrderedByTheirValue) {
+   for (std::uint8_t value = 1; value <= 0x1f; ++value) {
+      SessionAttributesBits const less(static_cast<std::uint8_t>(value - 1));
+      EXPECT_TRUE(less < SessionAttributesBits(value));
+      EXPECT_FALSE(SessionAttributesBits(value) < less);
+      EXPECT_FALSE(SessionAttributesBits(value) < SessionAttributesBits(value));
+   }
 }
 
 }  // namespace

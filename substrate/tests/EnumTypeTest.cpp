@@ -32,7 +32,7 @@ TEST(EnumTypeTest, everyNumberHasItsNameAndEveryNameItsNumber) {
    for (auto const& enumerator : Sample::velEnumType(Role{}).enumerators()) {
       auto const value = Vel::enumInstance<Role>(enumerator.value);
       EXPECT_EQ(static_cast<unsigned>(value), enumerator.value);
-      EXPECT_EQ(Vel::enumText(value), enumerator.name);
+      EXPECT_EQ(Vel::toStrep(value), enumerator.name);
       EXPECT_EQ(Vel::enumInstance<Role>(Vel::String(enumerator.name)), value);
    }
    EXPECT_EQ(Sample::velEnumType(Role{}).name(), "Sample::Role");
@@ -57,23 +57,35 @@ TEST(EnumTypeTest, printsTheNameOrTheNumberOfAValueOutsideTheTable) {
    out << Role::transit;
    EXPECT_EQ(out.str(), "transit");
    EXPECT_EQ(fmt::format("{}", Role::tail), "tail");
-   EXPECT_EQ(Vel::enumText(static_cast<Role>(9)), "9");
+   EXPECT_EQ(Vel::toStrep(static_cast<Role>(9)), "9");
 }
 
 TEST(EnumTypeTest, readsTheLongestNameAndStepsBehindIt) {
    std::string const text = "headTail, head";
    Vel::TextIterator position = text.data();
    Role role{};
-   Vel::enumFromSequence(position, text.data() + text.size(), role);
+   Vel::sequenceToValue(position, text.data() + text.size(), role);
    EXPECT_EQ(role, Role::headTail);
    EXPECT_EQ(position - text.data(), 8);
+}
+
+TEST(EnumTypeTest, hasWhatEveryValueTypeHas) {
+   EXPECT_EQ(Vel::valueToStrep(Role::tail), "tail");
+   EXPECT_EQ(Vel::stringValue(Role::tail), Vel::String("tail"));
+   EXPECT_EQ(Vel::strepToValue<Role>("headTail"), Role::headTail);
+   EXPECT_THAT([] { Vel::strepToValue<Role>("head tail"); },
+               ThrowsMessage<Vel::ParseException>("\"head\" is followed by \" tail\""));
+   Vel::Hasher hasher(7);
+   hasher.mix1(3);
+   EXPECT_EQ(Vel::hash(Role::tail, 7), hasher.result());
+   EXPECT_EQ(Vel::hash(Role::tail), Vel::hash(Role::tail, Vel::hashSeed32));
 }
 
 TEST(EnumTypeTest, aNameThatIsNoneLeavesTargetAndPositionAsTheyWere) {
    std::string const text = "middle)";
    Vel::TextIterator position = text.data();
    Role role = Role::tail;
-   EXPECT_THROW(Vel::enumFromSequence(position, text.data() + text.size(), role), Vel::ParseException);
+   EXPECT_THROW(Vel::sequenceToValue(position, text.data() + text.size(), role), Vel::ParseException);
    EXPECT_EQ(role, Role::tail);
    EXPECT_EQ(position, text.data());
 }

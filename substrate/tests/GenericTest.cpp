@@ -241,6 +241,65 @@ TEST_F(GenericTest, nothingAndNullAreNullPointers) {
    router_->peerDel();
 }
 
+TEST_F(GenericTest, whatIsReadMayBeReadOnly) {
+   router_->tunnelIdIs(5);
+   set("label", args(String("gold"), std::uint64_t{16}));
+   PtrInterface const& published = *router_;
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeGet(published, "tunnelId").value), 5U);
+   EXPECT_EQ(std::any_cast<std::vector<Any>>(Vel::attributeKeys(published, "label").value).size(), 1U);
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeSize(published, "label").value), 1U);
+}
+
+/// A type that is based on another one.
+class EdgeRouter : public Router {
+ public:
+   using Router::Router;
+   Vel::TypeInfo const& fwkType() const override {
+      static constexpr auto attributes =
+            Vel::Generic::readOnly({{"customers", Vel::Generic::method<&EdgeRouter::customers>},
+                                    {"upSince", Vel::Generic::method<&EdgeRouter::upSinceBoot>}},
+                                   9);
+      static Vel::TypeInfo const type{
+            .name = "Sample::EdgeRouter", .attributes = attributes, .base = &Router::typeInfo()};
+      return type;
+   }
+   std::uint32_t customers() const { return 3; }
+   double upSinceBoot() const { return 1.5; }
+};
+
+TEST_F(GenericTest, aTypeHasTheAttributesOfItsBaseBesidesItsOwn) {
+   auto const edge = makePtr<EdgeRouter>("E1");
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeGet(*edge, "customers").value), 3U);
+   EXPECT_TRUE(Vel::attributeSet(*edge, "tunnelId", args(std::uint64_t{12})).known());
+   EXPECT_EQ(edge->tunnelId(), 12);
+   EXPECT_EQ(std::any_cast<double>(Vel::attributeGet(*edge, "upSince").value), 1.5);  // its own goes first
+   EXPECT_FALSE(Vel::attributeGet(*edge, "noSuch").known());
+   EXPECT_FALSE(Vel::attributeSet(*edge, "customers", args(kNumber)).known());
+}
+
+TEST_F(GenericTest, attributesThatAreOnlyReadAreNumberedInTheirOrder) {
+   auto const edge = makePtr<EdgeRouter>("E1");
+   auto const attributes = edge->fwkType().attributes;
+   ASSERT_EQ(attributes.size(), 2U);
+   EXPECT_EQ(attributes[0].id, 9);
+   EXPECT_EQ(attributes[1].id, 10);
+}
+
+/// Claims a type that is another's.
+struct Impostor : PtrInterface {
+   Vel::TypeInfo const& fwkType() const override { return Router::typeInfo(); }
+};
+
+TEST_F(GenericTest, anObjectThatIsNotOfTheTypeThatItNamesIsAProgrammingError) {
+   auto const impostor = makePtr<Impostor>();
+   EXPECT_DEATH(Vel::attributeGet(*impostor, "tunnelId"),
+                "Assertion `the attributes of a type are members of its class' failed");
+   EXPECT_DEATH(Vel::operationInvoke(*impostor, "reset"),
+                "Assertion `the attributes of a type are members of its class' failed");
+   EXPECT_DEATH(Vel::attributeKeys(*impostor, "hop"),
+                "Assertion `the attributes of a type are members of its class' failed");
+}
+
 class TypeRegistryTest : public testing::Test {
  protected:
    static Vel::TypeRegistry const& registry() { return Vel::TypeRegistry::instance(); }

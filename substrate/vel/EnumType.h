@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-/// Enumerations with a table that maps each numeric value to its name and back.
+/// Enumerations with a table that maps each numeric value to its name and back. What value types do they do, too:
+/// `toStrep`, `stringValue`, `strepToValue`, `sequenceToValue`, `hash`, streams and fmt; the text form is the name.
 #pragma once
 
 #include <span>
@@ -7,6 +8,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "substrate/vel/Hasher.h"
 #include "substrate/vel/ValueText.h"
 
 namespace Vel {
@@ -44,12 +46,6 @@ class EnumType<unsigned int> {
    std::span<Enumerator const> enumerators_;
 };
 
-/// Found by argument-dependent look-up: `EnumType<unsigned int> const& velEnumType(E)` names the table of E.
-template <class E>
-concept RegisteredEnum = std::is_enum_v<E> && requires(E value) {
-   { velEnumType(value) } -> std::convertible_to<EnumType<unsigned int> const&>;
-};
-
 template <RegisteredEnum E>
 E enumInstance(unsigned number) {
    return static_cast<E>(velEnumType(E{}).byNumber(number).value);
@@ -60,27 +56,14 @@ E enumInstance(String const& name) {
    return static_cast<E>(velEnumType(E{}).byName(name.view()).value);
 }
 
+/// What value types have as members.
 template <RegisteredEnum E>
-std::string enumText(E value) {
-   return velEnumType(value).text(static_cast<unsigned>(value));
+std::string valueToStrep(E value) {
+   return toStrep(value);
 }
-
 template <RegisteredEnum E>
-void enumFromSequence(TextIterator& position, TextIterator end, E& out) {
-   out = static_cast<E>(velEnumType(E{}).read(position, end).value);
-}
-
-template <RegisteredEnum E>
-std::ostream& operator<<(std::ostream& out, E value) {
-   return out << enumText(value);
+std::uint32_t hash(E value, std::uint32_t seed = hashSeed32) {
+   return hashOf(value, seed);
 }
 
 }  // namespace Vel
-
-template <Vel::RegisteredEnum E>
-struct fmt::formatter<E> : fmt::formatter<std::string_view> {
-   template <class Context>
-   auto format(E value, Context& context) const {
-      return fmt::formatter<std::string_view>::format(Vel::enumText(value), context);
-   }
-};

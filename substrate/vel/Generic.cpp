@@ -7,18 +7,25 @@ namespace Vel {
 
 namespace {
 
-GenericResult call(PtrInterface& object, std::string_view name, Method AttributeInfo::*kind, AnyArgs args) {
-   auto const attributes = object.fwkType().attributes;
-   auto const found = std::ranges::find(attributes, name, &AttributeInfo::name);
-   if (found == attributes.end() || !((*found).*kind)) {
-      return {GenericResult::Status::unknownAttribute, {}};
+/// The attribute of the type or of one that it is based on, or null.
+AttributeInfo const* attributeOf(TypeInfo const& type, std::string_view name) {
+   for (TypeInfo const* at = &type; at; at = at->base) {
+      auto const found = std::ranges::find(at->attributes, name, &AttributeInfo::name);
+      if (found != at->attributes.end()) return &*found;
    }
-   return {GenericResult::Status::ok, ((*found).*kind)(object, args)};
+   return nullptr;
+}
+
+template <class Object, class Kind>
+GenericResult call(Object& object, std::string_view name, Kind AttributeInfo::*kind, AnyArgs args) {
+   auto const* const attribute = attributeOf(object.fwkType(), name);
+   if (!attribute || !(attribute->*kind)) return {GenericResult::Status::unknownAttribute, {}};
+   return {GenericResult::Status::ok, (attribute->*kind)(object, args)};
 }
 
 }  // namespace
 
-GenericResult attributeGet(PtrInterface& object, std::string_view attribute, AnyArgs args) {
+GenericResult attributeGet(PtrInterface const& object, std::string_view attribute, AnyArgs args) {
    return call(object, attribute, &AttributeInfo::get, args);
 }
 GenericResult attributeSet(PtrInterface& object, std::string_view attribute, AnyArgs args) {
@@ -27,10 +34,10 @@ GenericResult attributeSet(PtrInterface& object, std::string_view attribute, Any
 GenericResult attributeDel(PtrInterface& object, std::string_view attribute, AnyArgs args) {
    return call(object, attribute, &AttributeInfo::del, args);
 }
-GenericResult attributeKeys(PtrInterface& object, std::string_view attribute) {
+GenericResult attributeKeys(PtrInterface const& object, std::string_view attribute) {
    return call(object, attribute, &AttributeInfo::keys, {});
 }
-GenericResult attributeSize(PtrInterface& object, std::string_view attribute) {
+GenericResult attributeSize(PtrInterface const& object, std::string_view attribute) {
    return call(object, attribute, &AttributeInfo::size, {});
 }
 GenericResult operationInvoke(PtrInterface& object, std::string_view operation, AnyArgs args) {

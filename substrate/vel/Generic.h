@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
-/// The generic attribute interface: how a host that knows no header of a type reads, sets and calls it by name.
+/// The generic attribute interface: how a host that knows no header of a type reads, sets and calls it by name. What is
+/// read may be read-only: rows are, and the inputs that an object was made with.
 #pragma once
 
+#include <array>
 #include <string_view>
 #include <type_traits>
 #include <vector>
 
+#include "substrate/trel/Assert.h"
 #include "substrate/vel/Exceptions.h"
 #include "substrate/vel/PtrInterface.h"
 #include "substrate/vel/String.h"
@@ -22,11 +25,11 @@ struct GenericResult {
    bool known() const { return status == Status::ok; }
 };
 
-GenericResult attributeGet(PtrInterface& object, std::string_view attribute, AnyArgs args = {});
+GenericResult attributeGet(PtrInterface const& object, std::string_view attribute, AnyArgs args = {});
 GenericResult attributeSet(PtrInterface& object, std::string_view attribute, AnyArgs args);
 GenericResult attributeDel(PtrInterface& object, std::string_view attribute, AnyArgs args = {});
-GenericResult attributeKeys(PtrInterface& object, std::string_view attribute);
-GenericResult attributeSize(PtrInterface& object, std::string_view attribute);
+GenericResult attributeKeys(PtrInterface const& object, std::string_view attribute);
+GenericResult attributeSize(PtrInterface const& object, std::string_view attribute);
 GenericResult operationInvoke(PtrInterface& object, std::string_view operation, AnyArgs args = {});
 
 namespace Generic {
@@ -103,26 +106,58 @@ Any apply(AnyArgs args, Call&& call) {
    (std::index_sequence_for<Args...>());
 }
 
+/// The object as the class that its type's attributes are members of.
+template <class C, class Self>
+C& objectOf(Self& self) {
+   auto* const object = dynamic_cast<C*>(&self);
+   Trel::fmassert(object != nullptr, "the attributes of a type are members of its class");
+   return *object;
+}
+
 template <auto Member>
 struct Bind;
 template <class C, class R, class... Args, R (C::*Member)(Args...)>
 struct Bind<Member> {
    static Any call(PtrInterface& self, AnyArgs args) {
-      auto& object = dynamic_cast<C&>(self);
+      auto& object = objectOf<C>(self);
       return apply<R, Args...>(args, [&](auto&&... a) -> R { return (object.*Member)(a...); });
    }
 };
 template <class C, class R, class... Args, R (C::*Member)(Args...) const>
 struct Bind<Member> {
-   static Any call(PtrInterface& self, AnyArgs args) {
-      auto& object = dynamic_cast<C&>(self);
+   static Any read(PtrInterface const& self, AnyArgs args) {
+      auto const& object = objectOf<C const>(self);
       return apply<R, Args...>(args, [&](auto&&... a) -> R { return (object.*Member)(a...); });
    }
+   static Any call(PtrInterface& self, AnyArgs args) { return read(self, args); }
 };
 
-/// The generic form of a member function: unpacks the arguments, checks their number and types, packs the result.
 template <auto Member>
-inline constexpr Method method = &Bind<Member>::call;
+struct MemberMethod {
+   constexpr operator Method() const { return &Bind<Member>::call; }
+   constexpr operator Getter() const requires requires { &Bind<Member>::read; }
+   { return &Bind<Member>::read; }
+};
+
+/// The generic form of a member function: unpacks the arguments, checks their number and types, packs the result. One
+/// that is const reads attributes.
+template <auto Member>
+inline constexpr MemberMethod<Member> method{};
+
+/// An attribute that is only read.
+struct ReadOnly {
+   std::string_view name;
+   Getter get;
+};
+/// The attributes in this order, numbered from `first` on.
+template <std::size_t N>
+constexpr std::array<AttributeInfo, N> readOnly(ReadOnly const (&attributes)[N], std::uint16_t first = 1) {
+   std::array<AttributeInfo, N> made;
+   for (std::size_t n = 0; n < N; ++n) {
+      made[n] = {.id = static_cast<std::uint16_t>(first + n), .name = attributes[n].name, .get = attributes[n].get};
+   }
+   return made;
+}
 
 /// The generic form of a static constructor.
 template <auto Function>
@@ -138,10 +173,10 @@ inline constexpr auto constructor = &Construct<Function>::call;
 
 /// The keys of the collection that the const member function `Collection` returns.
 template <class C, auto Collection>
-Any keys(PtrInterface& self, AnyArgs args) {
+Any keys(PtrInterface const& self, AnyArgs args) {
    needCount(args, 0);
    std::vector<Any> all;
-   for (auto const& entry : (dynamic_cast<C&>(self).*Collection)()) {
+   for (auto const& entry : (objectOf<C const>(self).*Collection)()) {
       if constexpr (requires { entry.key(); }) {
          all.push_back(pack(std::remove_cvref_t<decltype(entry.key())>(entry.key())));
       } else {
@@ -153,9 +188,9 @@ Any keys(PtrInterface& self, AnyArgs args) {
 
 /// The size of that collection.
 template <class C, auto Collection>
-Any size(PtrInterface& self, AnyArgs args) {
+Any size(PtrInterface const& self, AnyArgs args) {
    needCount(args, 0);
-   return pack((dynamic_cast<C&>(self).*Collection)().size());
+   return pack((objectOf<C const>(self).*Collection)().size());
 }
 
 }  // namespace Generic

@@ -3,7 +3,7 @@
 
 #include <fmt/format.h>
 
-#include "substrate/vel/Exceptions.h"
+#include "substrate/vel/ValueText.h"
 
 namespace Vel {
 
@@ -17,13 +17,20 @@ void TypeRegistry::velModuleIs(TypeModuleInfo const& module) { modules_.push_bac
 
 void TypeRegistry::velModuleDel(TypeModuleInfo const& module) { std::erase(modules_, &module); }
 
-TypeInfo const& TypeRegistry::type(std::string_view name) const {
+template <class Predicate>
+TypeInfo const* TypeRegistry::find(Predicate const& wanted) const {
    for (TypeModuleInfo const* const module : modules_) {
       for (TypeInfo const* const type : module->types) {
-         if (type->name == name) return *type;
+         if (wanted(*type)) return type;
       }
    }
-   throw UnknownTypeException(fmt::format("no type '{}' is registered", name));
+   return nullptr;
+}
+
+TypeInfo const& TypeRegistry::type(std::string_view name) const {
+   auto const* const found = find([&](TypeInfo const& type) { return type.name == name; });
+   if (!found) throw UnknownTypeException(fmt::format("no type '{}' is registered", name));
+   return *found;
 }
 
 std::vector<std::string_view> TypeRegistry::moduleNames() const {
@@ -36,6 +43,24 @@ Any TypeRegistry::construct(std::string_view name, AnyArgs args) const {
    TypeInfo const& info = type(name);
    if (!info.construct) throw UnknownTypeException(fmt::format("type '{}' has no static constructor", name));
    return info.construct(args);
+}
+
+Any TypeRegistry::strepToValue(std::string_view name, std::string_view text) const {
+   TypeInfo const& info = type(name);
+   if (!info.value.strepToValue) throw UnknownTypeException(fmt::format("type '{}' is no value type", name));
+   return info.value.strepToValue(text);
+}
+
+std::string TypeRegistry::valueToStrep(Any const& value) const {
+   if (!value.has_value()) return toStrep(Optional<bool>());
+   if (auto const* const number = std::any_cast<std::uint64_t>(&value)) return toStrep(*number);
+   if (auto const* const number = std::any_cast<double>(&value)) return fmt::format("{}", *number);
+   if (auto const* const truth = std::any_cast<bool>(&value)) return toStrep(*truth);
+   if (auto const* const text = std::any_cast<String>(&value)) return toStrep(*text);
+   if (auto const* const octets = std::any_cast<Bytes>(&value)) return octets->hex();
+   auto const* const found = find([&](TypeInfo const& type) { return type.value.holds && type.value.holds(value); });
+   if (!found) throw UnknownTypeException("the value is of no registered value type");
+   return found->value.valueToStrep(value);
 }
 
 }  // namespace Vel

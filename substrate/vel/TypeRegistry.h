@@ -32,7 +32,18 @@ class TypeRegistry {
    /// Throws UnknownTypeException and ArgumentException.
    Any construct(std::string_view type, AnyArgs args) const;
 
+   /// A value of a registered value type or enumeration, made from its text form. Throws UnknownTypeException,
+   /// ParseException and RangeException.
+   Any strepToValue(std::string_view type, std::string_view text) const;
+   /// The text form of what the generic interface carries: numbers, truth values, strings, octets in hexadecimal, and
+   /// values of registered types; "None" for nothing. Throws UnknownTypeException for all else.
+   std::string valueToStrep(Any const& value) const;
+
  private:
+   /// The first registered type that `wanted` is true for, or null.
+   template <class Predicate>
+   TypeInfo const* find(Predicate const& wanted) const;
+
    std::vector<TypeModuleInfo const*> modules_;
 };
 

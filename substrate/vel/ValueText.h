@@ -21,6 +21,16 @@ namespace Vel {
 /// A position in a text that is being read.
 using TextIterator = char const*;
 
+template <class Number>
+class EnumType;
+
+/// An enumeration with a table of its names (EnumType.h), which `EnumType<unsigned int> const& velEnumType(E)` gives.
+/// The function is found by argument-dependent look-up.
+template <class E>
+concept RegisteredEnum = std::is_enum_v<E> && requires(E value) {
+   { velEnumType(value) } -> std::same_as<EnumType<unsigned int> const&>;
+};
+
 /// Steps over `literal`; throws ParseException when the text at `position` is another.
 void needString(TextIterator& position, TextIterator end, std::string_view literal);
 
@@ -31,6 +41,16 @@ std::uint64_t readNumber(TextIterator& position, TextIterator end, std::string_v
 /// Reads "True" or "False".
 bool readBool(TextIterator& position, TextIterator end, std::string_view attribute);
 
+/// Reads one value at `position` and steps behind it. `out` is only written when all of the text is right.
+template <class T>
+void sequenceToValue(TextIterator& position, TextIterator end, T& out) {
+   if constexpr (RegisteredEnum<T>) {
+      out = static_cast<T>(velEnumType(T{}).read(position, end).value);
+   } else {
+      T::sequenceToValue(position, end, out);
+   }
+}
+
 /// Reads the value of one attribute; the error names the attribute.
 template <class T>
 T deserializeAttr(TextIterator& position, TextIterator end, std::string_view attribute) {
@@ -40,8 +60,8 @@ T deserializeAttr(TextIterator& position, TextIterator end, std::string_view att
       static_assert(std::is_unsigned_v<T>, "attributes of value types are unsigned");
       return static_cast<T>(readNumber(position, end, attribute, std::numeric_limits<T>::max()));
    } else {
-      T value;
-      T::sequenceToValue(position, end, value);
+      T value{};
+      Vel::sequenceToValue(position, end, value);
       return value;
    }
 }
@@ -66,6 +86,8 @@ std::string toStrep(T const& value) {
       return value.stdString();
    } else if constexpr (HasMemberStrep<T>) {
       return value.valueToStrep();
+   } else if constexpr (RegisteredEnum<T>) {
+      return velEnumType(value).text(static_cast<unsigned>(value));
    } else {
       return valueToStrep(value);
    }
@@ -82,8 +104,8 @@ template <class T>
 T strepToValue(std::string_view text) {
    TextIterator position = text.data();
    TextIterator const end = position + text.size();
-   T value;
-   T::sequenceToValue(position, end, value);
+   T value{};
+   Vel::sequenceToValue(position, end, value);
    if (position != end) {
       throw ParseException(fmt::format("\"{}\" is followed by \"{}\"", text.substr(0, text.size() - (end - position)),
                                        std::string_view(position, end - position)));
@@ -103,10 +125,10 @@ std::string valueToStrep(Ptr<T> const& ptr) {
 
 /// Types whose text form is the framework's: they print the same through streams, fmt and trace lines.
 template <class T>
-concept TextValue = HasMemberStrep<T> || HasFreeStrep<T> || std::is_same_v<T, String>;
+concept TextValue = HasMemberStrep<T> || HasFreeStrep<T> || RegisteredEnum<T> || std::is_same_v<T, String>;
 
 template <class T>
-requires(HasMemberStrep<T>) std::ostream& operator<<(std::ostream& out, T const& value) {
+requires(HasMemberStrep<T> || RegisteredEnum<T>) std::ostream& operator<<(std::ostream& out, T const& value) {
    return out << toStrep(value);
 }
 

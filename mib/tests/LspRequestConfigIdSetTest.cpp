@@ -7,6 +7,11 @@
 
 #include <algorithm>
 
+#include "mib/Types.h"
+#include "substrate/vel/EntityDir.h"
+#include "substrate/vel/Generic.h"
+#include "substrate/vel/TypeRegistry.h"
+
 namespace MplsSnmp {
 
 namespace {
@@ -29,8 +34,6 @@ class LspRequestConfigIdSetTest : public testing::Test {
       }
       std::vector<std::string> heard;
    };
-
-   LspRequestConfigIdSetTest() { set_->hasNotificationActiveIs(true); }
 
    static Id id(std::string_view text) { return Id::fromText(text); }
    std::vector<std::string> members() const {
@@ -98,6 +101,37 @@ TEST_F(LspRequestConfigIdSetTest, everyIdIsVisitedOnceThoughOthersAreRemovedMean
    EXPECT_EQ(visited.size(), 20);
    EXPECT_EQ(std::ranges::adjacent_find(visited), visited.end());
    EXPECT_TRUE(set_->lrciSet().empty());
+}
+
+TEST_F(LspRequestConfigIdSetTest, aHostCreatesItByItsTypesName) {
+   Vel::TypeModule const module("MplsSnmp", mplsSnmpTypes());
+   auto const dir = Vel::makePtr<Vel::EntityDir>("");
+   auto const inDir = Vel::ptrCast<LspRequestConfigIdSet>(dir->newEntity("MplsSnmp::LspRequestConfigIdSet", "ids"));
+   ASSERT_NE(inDir, nullptr);
+   EXPECT_EQ(inDir->name(), Vel::String("ids"));
+   EXPECT_EQ(inDir->parent(), dir.get());
+   EXPECT_TRUE(inDir->hasNotificationActive());
+   std::vector<Vel::Any> const name{Vel::String("alone")};
+   auto const made = Vel::TypeRegistry::instance().construct("MplsSnmp::LspRequestConfigIdSet", name);
+   auto const alone = std::any_cast<Vel::Ptr<Vel::PtrInterface>>(made);
+   EXPECT_EQ(std::any_cast<Vel::String>(Vel::attributeGet(*alone, "name").value), Vel::String("alone"));
+}
+
+TEST_F(LspRequestConfigIdSetTest, aHostReadsAndChangesItByName) {
+   std::vector<Vel::Any> const paris{id("cli:to-paris@primary.1")};
+   EXPECT_TRUE(Vel::attributeSet(*set_, "lrciSet", paris).known());
+   EXPECT_THAT(members(), ElementsAre("cli:to-paris@primary.1"));
+   std::vector<Vel::Any> const rome{id("cli:to-rome@primary.1")};
+   EXPECT_TRUE(std::any_cast<bool>(Vel::attributeGet(*set_, "lrciSet", paris).value));
+   EXPECT_FALSE(std::any_cast<bool>(Vel::attributeGet(*set_, "lrciSet", rome).value));
+   EXPECT_EQ(std::any_cast<std::uint64_t>(Vel::attributeSize(*set_, "lrciSet").value), 1U);
+   auto const keys = std::any_cast<std::vector<Vel::Any>>(Vel::attributeKeys(*set_, "lrciSet").value);
+   ASSERT_EQ(keys.size(), 1);
+   EXPECT_EQ(std::any_cast<Id>(keys.front()), id("cli:to-paris@primary.1"));
+   EXPECT_TRUE(Vel::attributeDel(*set_, "lrciSet", paris).known());
+   EXPECT_THAT(members(), IsEmpty());
+   std::vector<Vel::Any> const text{Vel::String("cli:to-paris@primary.1")};
+   EXPECT_THROW(Vel::attributeSet(*set_, "lrciSet", text), Vel::ArgumentException);
 }
 
 }  // namespace

@@ -38,6 +38,19 @@ void removeAllRows(Vel::PtrInterface const& owner, Vel::AttributeId attribute, T
    while (auto const node = table.smallest()) removeRow(owner, attribute, table, node->key());
 }
 
+/// The indices that `range` gives have to fit the MIB's column.
+void needHopListIndices(Orb::Range const& range) {
+   if (range.first == 0 || range.last < range.first || range.last > kHopListIndices.last) {
+      throw Vel::RangeException(fmt::format("{} to {} is no range of hop list indices (1 to {} at most)", range.first,
+                                            range.last, kHopListIndices.last));
+   }
+}
+
+template <class T>
+void refuseNull(Vel::Ptr<T> const& pointer, std::string_view argument) {
+   if (!pointer) Vel::throwMutatorArgNullPointerException(kTypeName, "numAllocator", argument);
+}
+
 Vel::Ptr<Vel::Entity> newEntityForDir(Vel::String const& name) { return mplsTeMibFactory(name); }
 
 using Vel::Generic::method;
@@ -78,14 +91,17 @@ constexpr std::array kAttributes{
       Vel::AttributeInfo{.id = Mib::attrNumAllocator,
                          .name = "numAllocator",
                          .get = method<&Mib::numAllocator>,
+                         .set = method<&Mib::numAllocatorIs>,
                          .del = method<&Mib::numAllocatorDel>},
       Vel::AttributeInfo{.id = Mib::attrNumAllocatorConfig,
                          .name = "numAllocatorConfig",
                          .get = method<&Mib::numAllocatorConfig>,
+                         .set = method<&Mib::numAllocatorConfigIs>,
                          .del = method<&Mib::numAllocatorConfigDel>},
       Vel::AttributeInfo{.id = Mib::attrNumAllocatorStatus,
                          .name = "numAllocatorStatus",
                          .get = method<&Mib::numAllocatorStatus>,
+                         .set = method<&Mib::numAllocatorStatusIs>,
                          .del = method<&Mib::numAllocatorStatusDel>},
       Vel::AttributeInfo{.name = "initNumAllocator", .invoke = method<&Mib::initNumAllocator>},
       Vel::AttributeInfo{.name = "getHopTableIndex", .invoke = method<&Mib::getHopTableIndex>},
@@ -101,13 +117,12 @@ Vel::TypeInfo const& MplsTeMib::typeInfo() {
    return type;
 }
 
-MplsTeMib::MplsTeMib(Vel::String name) : Entity(std::move(name)) { initNumAllocator(); }
-
-Vel::Ptr<MplsTeMib> mplsTeMibFactory(Vel::String name) {
-   auto const mib = Vel::makePtr<MplsTeMib>(std::move(name));
-   mib->hasNotificationActiveIs(true);
-   return mib;
+MplsTeMib::MplsTeMib(Vel::String name) : Entity(std::move(name)) {
+   hasNotificationActiveIs(true);
+   initNumAllocator();
 }
+
+Vel::Ptr<MplsTeMib> mplsTeMibFactory(Vel::String name) { return Vel::makePtr<MplsTeMib>(std::move(name)); }
 
 void MplsTeMib::mplsTunnelTableIs(Vel::Ptr<MplsTunnelTableEntry const> const& row) {
    putRow(*this, attrMplsTunnelTable, "mplsTunnelTable", mplsTunnelTable_, row);
@@ -147,6 +162,7 @@ void MplsTeMib::releaseHopTableIndex(std::uint32_t index) const {
 }
 
 void MplsTeMib::numAllocatorConfigIs(Orb::Range const& range) {
+   needHopListIndices(range);
    Vel::setAttribute(*this, attrNumAllocatorConfig, numAllocatorConfig_, Vel::makePtr<Orb::NumAllocatorConfig>(range));
 }
 void MplsTeMib::numAllocatorConfigDel() {
@@ -162,6 +178,10 @@ void MplsTeMib::numAllocatorStatusDel() {
 
 void MplsTeMib::numAllocatorIs(Vel::Ptr<Orb::NumAllocatorConfig> const& config,
                                Vel::Ptr<Orb::NumAllocatorStatus> const& status, Vel::Ptr<Orb::Clock> const& clock) {
+   refuseNull(config, "config");
+   refuseNull(status, "status");
+   refuseNull(clock, "clock");
+   needHopListIndices(config->range());
    auto const allocator = Orb::NumAllocator::NumAllocatorIs(config, status, clock);
    allocator->hasNotificationActiveIs(true);
    Vel::setAttribute(*this, attrNumAllocator, numAllocator_, allocator);

@@ -29,6 +29,7 @@ class MplsTeMib : public Vel::Entity {
    static Vel::TypeInfo const& typeInfo();
    Vel::TypeInfo const& fwkType() const override { return typeInfo(); }
 
+   /// Empty, its allocator ready and notifications on.
    explicit MplsTeMib(Vel::String name);
 
    TunnelTable const& mplsTunnelTable() const { return mplsTunnelTable_; }
@@ -53,13 +54,18 @@ class MplsTeMib : public Vel::Entity {
    /// Frees an index; the hop rows of that list are the caller's business. REQUIRES: there is an allocator.
    void releaseHopTableIndex(std::uint32_t index) const;
 
+   // The parts of the allocator, and the allocator that is made of them. A new range or status counts from the next
+   // `numAllocatorIs` on.
+
    Vel::Ptr<Orb::NumAllocatorConfig> const& numAllocatorConfig() const { return numAllocatorConfig_; }
+   /// Throws Vel::RangeException for what is no part of 1 to 4294967295.
    void numAllocatorConfigIs(Orb::Range const& range);
    void numAllocatorConfigDel();
    Vel::Ptr<Orb::NumAllocatorStatus> const& numAllocatorStatus() const { return numAllocatorStatus_; }
    void numAllocatorStatusIs();
    void numAllocatorStatusDel();
    Vel::Ptr<Orb::NumAllocator> const& numAllocator() const { return numAllocator_; }
+   /// Throws when an argument is null, or the range of `config` is no part of 1 to 4294967295.
    void numAllocatorIs(Vel::Ptr<Orb::NumAllocatorConfig> const& config, Vel::Ptr<Orb::NumAllocatorStatus> const& status,
                        Vel::Ptr<Orb::Clock> const& clock);
    void numAllocatorDel();
@@ -72,7 +78,7 @@ class MplsTeMib : public Vel::Entity {
    Vel::Ptr<Orb::NumAllocatorStatus> numAllocatorStatus_;
 };
 
-/// A new MIB entity with empty tables, its allocator ready and notifications on.
+/// A new MIB entity, as its constructor makes it.
 Vel::Ptr<MplsTeMib> mplsTeMibFactory(Vel::String name);
 
 }  // namespace MplsSnmp

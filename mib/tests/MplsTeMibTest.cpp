@@ -27,7 +27,13 @@ using TunnelRow = Vel::Ptr<MplsTunnelTableEntry const>;
 using HopRow = Vel::Ptr<MplsTunnelHopTableEntry const>;
 
 TunnelRow tunnelRow(MplsTunnelTableKey const& key) {
-   return mplsTunnelTableEntryRsvpFactory(key, 1U, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+   Rsvp::RsvpLerSubTunnelConfigId const tunnel;
+   Rsvp::RsvpLerLspRequestConfigId const request;
+   return mplsTunnelTableEntryRsvpFactory(key, 1U, Vel::makePtr<Rsvp::RsvpLerSubTunnelStatus>(tunnel),
+                                          Vel::makePtr<Rsvp::RsvpLerSubTunnelConfig>(tunnel),
+                                          Vel::makePtr<Rsvp::RsvpSpStatus>(Rsvp::RsvpSpId()),
+                                          Vel::makePtr<Rsvp::RsvpLerLspRequestStatus>(request), nullptr,
+                                          Vel::makePtr<Rsvp::RsvpLerHiveStatus>("lerStatus"));
 }
 HopRow hopRow(MplsTunnelHopTableKey const& key) {
    return mplsTunnelHopTableEntryRsvpFactory(key, Snmp::InetAddress(), nullptr);
@@ -83,8 +89,13 @@ TEST_F(MplsTeMibTest, isMadeWithItsNameEmptyAndReady) {
    EXPECT_EQ(mib_->numAllocatorStatus()->inUse(), 0);
 }
 
-TEST_F(MplsTeMibTest, constructionAloneMakesTheAllocator) {
-   EXPECT_NE(Vel::makePtr<MplsTeMib>("bare")->getHopTableIndex(), 0);
+TEST_F(MplsTeMibTest, constructionAloneMakesTheAllocatorAndNotifies) {
+   auto const bare = Vel::makePtr<MplsTeMib>("bare");
+   EXPECT_NE(bare->getHopTableIndex(), 0);
+   EXPECT_TRUE(bare->hasNotificationActive());
+   auto const listener = Vel::makePtr<Listener>(*bare);
+   bare->mplsTunnelTableIs(tunnelRow(tunnel1_));
+   EXPECT_THAT(listener->take(), ElementsAre(tunnel1_.valueToStrep()));
 }
 
 TEST_F(MplsTeMibTest, rowsStandInWalkOrder) {
@@ -283,6 +294,75 @@ TEST_F(MplsTeMibTest, theAllocatorCanHaveAnotherRange) {
    EXPECT_EQ(mib_->getHopTableIndex(), 0);
    mib_->releaseHopTableIndex(5);
    EXPECT_EQ(mib_->getHopTableIndex(), 5);
+}
+
+TEST_F(MplsTeMibTest, aRangeThatGivesNoHopListIndicesIsRefused) {
+   auto const config = mib_->numAllocatorConfig();
+   listener_->take();
+   for (Orb::Range const range : {Orb::Range{0, 5}, Orb::Range{6, 5}, Orb::Range{1, 4294967296U}}) {
+      EXPECT_THAT(
+            [&] { mib_->numAllocatorConfigIs(range); },
+            ThrowsMessage<Vel::RangeException>(fmt::format(
+                  "{} to {} is no range of hop list indices (1 to 4294967295 at most)", range.first, range.last)));
+   }
+   EXPECT_THROW(mib_->numAllocatorIs(Vel::makePtr<Orb::NumAllocatorConfig>(Orb::Range{1, 4294967296U}),
+                                     mib_->numAllocatorStatus(), Orb::activityManager().clock()),
+                Vel::RangeException);
+   EXPECT_EQ(mib_->numAllocatorConfig(), config);
+   EXPECT_THAT(listener_->take(), IsEmpty());
+   mib_->numAllocatorConfigIs({4294967295U, 4294967295U});
+   EXPECT_EQ(mib_->numAllocatorConfig()->range().first, 4294967295U);
+}
+
+TEST_F(MplsTeMibTest, anAllocatorOfNothingIsRefused) {
+   auto const allocator = mib_->numAllocator();
+   auto const config = mib_->numAllocatorConfig();
+   auto const status = mib_->numAllocatorStatus();
+   auto const clock = Orb::activityManager().clock();
+   auto const refusal = [](std::string_view argument) {
+      return ThrowsMessage<Vel::MutatorArgNullPointerException>(
+            fmt::format("MplsSnmp::MplsTeMib::numAllocatorIs: argument '{}' must not be null", argument));
+   };
+   EXPECT_THAT([&] { mib_->numAllocatorIs(nullptr, status, clock); }, refusal("config"));
+   EXPECT_THAT([&] { mib_->numAllocatorIs(config, nullptr, clock); }, refusal("status"));
+   EXPECT_THAT([&] { mib_->numAllocatorIs(config, status, nullptr); }, refusal("clock"));
+   EXPECT_EQ(mib_->numAllocator(), allocator);
+}
+
+TEST_F(MplsTeMibTest, aHostSetsTheAllocatorAttributesByName) {
+   std::vector<Vel::Any> const range{Orb::Range{5, 6}};
+   EXPECT_TRUE(Vel::attributeSet(*mib_, "numAllocatorConfig", range).known());
+   EXPECT_EQ(mib_->numAllocatorConfig()->range(), (Orb::Range{5, 6}));
+   EXPECT_TRUE(Vel::attributeSet(*mib_, "numAllocatorStatus", {}).known());
+   std::vector<Vel::Any> const parts{Vel::attributeGet(*mib_, "numAllocatorConfig").value,
+                                     Vel::attributeGet(*mib_, "numAllocatorStatus").value,
+                                     Vel::Ptr<Vel::PtrInterface>(Orb::activityManager().clock())};
+   EXPECT_TRUE(Vel::attributeSet(*mib_, "numAllocator", parts).known());
+   EXPECT_EQ(mib_->getHopTableIndex(), 5);
+   std::vector<Vel::Any> const mixedUp{parts[1], parts[0], parts[2]};
+   EXPECT_THROW(Vel::attributeSet(*mib_, "numAllocator", mixedUp), Vel::ArgumentException);
+   EXPECT_EQ(mib_->getHopTableIndex(), 6);
+   for (auto const* attribute : {"numAllocator", "numAllocatorStatus", "numAllocatorConfig"}) {
+      EXPECT_TRUE(Vel::attributeDel(*mib_, attribute).known());
+      EXPECT_FALSE(std::any_cast<Vel::Ptr<Vel::PtrInterface>>(Vel::attributeGet(*mib_, attribute).value)) << attribute;
+   }
+}
+
+TEST_F(MplsTeMibTest, aHostBuildsAndPrintsAKeyByTheNameOfItsType) {
+   Vel::TypeModule const module("MplsSnmp", mplsSnmpTypes());
+   auto const& registry = Vel::TypeRegistry::instance();
+   auto const row = tunnelRow(tunnel1_);
+   mib_->mplsTunnelTableIs(row);
+   std::vector<Vel::Any> const key{registry.strepToValue("MplsSnmp::MplsTunnelTableKey", tunnel1_.valueToStrep())};
+   auto const found = Vel::attributeGet(*mib_, "mplsTunnelTable", key).value;
+   EXPECT_EQ(std::any_cast<Vel::Ptr<Vel::PtrInterface const>>(found), row);
+   auto const keys = std::any_cast<std::vector<Vel::Any>>(Vel::attributeKeys(*mib_, "mplsTunnelTable").value);
+   EXPECT_EQ(registry.valueToStrep(keys.at(0)), tunnel1_.valueToStrep());
+
+   mib_->mplsTunnelHopTableIs(hopRow(hop1_));
+   std::vector<Vel::Any> const hopKey{registry.strepToValue("MplsSnmp::MplsTunnelHopTableKey", hop1_.valueToStrep())};
+   EXPECT_TRUE(Vel::attributeDel(*mib_, "mplsTunnelHopTable", hopKey).known());
+   EXPECT_TRUE(mib_->mplsTunnelHopTable().empty());
 }
 
 TEST_F(MplsTeMibTest, theAllocatorAttributesCanBeCleared) {

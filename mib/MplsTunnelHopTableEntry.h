@@ -14,7 +14,8 @@ namespace MplsSnmp {
 /// A row of mplsTunnelHopTable (RFC 3812). Shared and immutable.
 class MplsTunnelHopTableEntry : public Vel::PtrInterface {
  public:
-   Vel::TypeInfo const& fwkType() const override;
+   static Vel::TypeInfo const& typeInfo();
+   Vel::TypeInfo const& fwkType() const override { return typeInfo(); }
 
    MplsTunnelHopTableKey const& key() const { return key_; }
    std::uint32_t rowStatus() const { return kRowStatusActive; }

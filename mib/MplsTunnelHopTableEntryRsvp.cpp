@@ -26,16 +26,6 @@ Vel::WorkCounter hopRowsBuilt("hop rows built");
 
 }  // namespace
 
-Vel::TypeInfo const& MplsTunnelHopTableEntry::fwkType() const {
-   static constexpr Vel::TypeInfo type{.name = "MplsSnmp::MplsTunnelHopTableEntry"};
-   return type;
-}
-
-Vel::TypeInfo const& MplsTunnelHopTableEntryRsvp::fwkType() const {
-   static constexpr Vel::TypeInfo type{.name = "MplsSnmp::MplsTunnelHopTableEntryRsvp"};
-   return type;
-}
-
 MplsTunnelHopTableEntryRsvp::MplsTunnelHopTableEntryRsvp(MplsTunnelHopTableKey const& key, Snmp::InetAddress ipAddr,
                                                          Vel::Ptr<Rsvp::RsvpLerPathSpec const> pathSpec)
       : MplsTunnelHopTableEntry(key), ipAddr_(std::move(ipAddr)), pathSpec_(std::move(pathSpec)) {

@@ -11,7 +11,8 @@ namespace MplsSnmp {
 /// renamed shows its new name at once.
 class MplsTunnelHopTableEntryRsvp : public MplsTunnelHopTableEntry {
  public:
-   Vel::TypeInfo const& fwkType() const override;
+   static Vel::TypeInfo const& typeInfo();
+   Vel::TypeInfo const& fwkType() const override { return typeInfo(); }
 
    /// REQUIRES: `pathSpec` is not null when `hopPathOptionName` or `hopEntryPathComp` is read.
    MplsTunnelHopTableEntryRsvp(MplsTunnelHopTableKey const& key, Snmp::InetAddress ipAddr,

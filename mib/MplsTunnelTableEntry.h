@@ -20,7 +20,8 @@ inline constexpr std::uint32_t kStorageTypeReadOnly = 5;
 /// change of its stored fields is a new row. The other columns are computed by each call of their accessor.
 class MplsTunnelTableEntry : public Vel::PtrInterface {
  public:
-   Vel::TypeInfo const& fwkType() const override;
+   static Vel::TypeInfo const& typeInfo();
+   Vel::TypeInfo const& fwkType() const override { return typeInfo(); }
 
    MplsTunnelTableKey const& key() const { return key_; }
    std::uint32_t hopTableIndex() const { return hopTableIndex_; }  ///< mplsTunnelHopTableIndex

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "inputs/tunnel/TunnelId.h"
+#include "substrate/trel/Assert.h"
 #include "substrate/trel/Exceptions.h"
 #include "substrate/vel/WorkCounter.h"
 
@@ -18,16 +19,6 @@ constexpr Rsvp::RsvpLerLspRequestStatus::Error kTunnelLocallyRepaired{25, 3};
 Vel::WorkCounter tunnelRowsBuilt("tunnel rows built");
 
 }  // namespace
-
-Vel::TypeInfo const& MplsTunnelTableEntry::fwkType() const {
-   static constexpr Vel::TypeInfo type{.name = "MplsSnmp::MplsTunnelTableEntry"};
-   return type;
-}
-
-Vel::TypeInfo const& MplsTunnelTableEntryRsvp::fwkType() const {
-   static constexpr Vel::TypeInfo type{.name = "MplsSnmp::MplsTunnelTableEntryRsvp"};
-   return type;
-}
 
 MplsTunnelTableEntryRsvp::MplsTunnelTableEntryRsvp(MplsTunnelTableKey const& key, std::uint32_t hopTableIndex,
                                                    Vel::Ptr<Rsvp::RsvpLerSubTunnelStatus const> subTunnelStatus,
@@ -43,6 +34,8 @@ MplsTunnelTableEntryRsvp::MplsTunnelTableEntryRsvp(MplsTunnelTableKey const& key
         lspRequestStatus_(std::move(lspRequestStatus)),
         counterTable_(std::move(counterTable)),
         lerHiveStatus_(std::move(lerHiveStatus)) {
+   Trel::fmassert(subTunnelStatus_ && subTunnelConfig_ && spStatus_ && lspRequestStatus_ && lerHiveStatus_,
+                  "subTunnelStatus && subTunnelConfig && spStatus && lspRequestStatus && lerHiveStatus");
    ++tunnelRowsBuilt;
 }
 

@@ -12,7 +12,8 @@ namespace MplsSnmp {
 /// cached. Missing state reads as 0; no accessor throws.
 class MplsTunnelTableEntryRsvp : public MplsTunnelTableEntry {
  public:
-   Vel::TypeInfo const& fwkType() const override;
+   static Vel::TypeInfo const& typeInfo();
+   Vel::TypeInfo const& fwkType() const override { return typeInfo(); }
 
    /// REQUIRES: the inputs are not null, except for `counterTable`.
    MplsTunnelTableEntryRsvp(MplsTunnelTableKey const& key, std::uint32_t hopTableIndex,

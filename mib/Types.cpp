@@ -17,8 +17,10 @@ Vel::TraceHandle const& traceHandle() {
 std::span<Vel::TypeInfo const* const> mplsSnmpTypes() {
    using Vel::valueTypeInfo;
    static std::array const types{
-         // Entities.
-         &MplsTeMib::typeInfo(), &LspRequestConfigIdSet::typeInfo(),
+         // Entities and rows.
+         &MplsTeMib::typeInfo(), &LspRequestConfigIdSet::typeInfo(), &MplsTunnelTableEntry::typeInfo(),
+         &MplsTunnelTableEntryRsvp::typeInfo(), &MplsTunnelHopTableEntry::typeInfo(),
+         &MplsTunnelHopTableEntryRsvp::typeInfo(),
          // Values.
          &valueTypeInfo<MplsTunnelTableKey>(), &valueTypeInfo<MplsTunnelHopTableKey>(),
          &valueTypeInfo<SessionAttributesBits>(), &valueTypeInfo<AdminStatus>(), &valueTypeInfo<OperStatus>(),

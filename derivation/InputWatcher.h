@@ -39,6 +39,14 @@ Vel::Optional<Vel::Ptr<T>> eventValue(Vel::Ptr<T> const& value) {
    return value;
 }
 
+/// How many entries of `map` a scan that stops at `bookmark` still has before it. Counted one by one, for trace lines.
+template <class Map>
+std::size_t entriesBehind(Map const& map, typename Map::Bookmark bookmark) {
+   std::size_t count = 0;
+   for (auto it = map.after(bookmark); it != map.end(); ++it) ++count;
+   return count;
+}
+
 /// Watches one object at depth `Depth` of an input path: scans what is there, follows what changes, and turns both
 /// into events of the path's stream. Children watch the objects one level below; a leaf forwards its entries through
 /// the chain of parents, each of which puts its own key in front, up to the owner.
@@ -273,8 +281,10 @@ bool WatcherSm<Path, Depth>::doInputScan() {
          if (done) inputScanBookmark_ = number;
          ++iterations;
          if (!done || shouldYield()) {
-            traceDetail("{} {} yielding after {} iterations ({} remaining)", className(), Level::attributeName,
-                        iterations, map.size() - std::min(iterations, map.size()));
+            if (debugHandler().enabled(kDetail)) {
+               traceDetail("{} {} yielding after {} iterations ({} remaining)", className(), Level::attributeName,
+                           iterations, entriesBehind(map, number));
+            }
             return false;
          }
       }

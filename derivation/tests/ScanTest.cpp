@@ -146,6 +146,27 @@ TEST_F(Scan, AScanThatMustYieldKeepsItsPlaceAndMissesNothingThatChangesMeanwhile
    expectConsistent();
 }
 
+TEST_F(Scan, WhatRemainsFallsFromSliceToSlice) {
+   constexpr int kTunnels = 20;
+   for (int n = 1; n <= kTunnels; ++n) {
+      auto const tunnel = fmt::format("cli:t{}", n);
+      head.tunnelIs(tunnel, tunnel + "@primary.1", fmt::format("10.0.0.9/{}/10.0.0.1/1", n));
+   }
+   startWithTasks();
+   scheduler->yieldPolicyIs([] { return true; });  // one entry a run
+   TraceCapture const trace("RsvpSnmpSm");
+   while (scheduler->hasWork()) scheduler->runSlice(std::chrono::microseconds(0));
+   std::vector<std::string> yields;
+   std::vector<std::string> expected;
+   for (auto const& text : trace.texts()) {
+      if (text.starts_with("SpStatusSm12 spStatus yielding")) yields.push_back(text);
+   }
+   for (int remaining = kTunnels - 1; remaining >= 0; --remaining) {
+      expected.push_back(fmt::format("SpStatusSm12 spStatus yielding after 1 iterations ({} remaining)", remaining));
+   }
+   EXPECT_EQ(yields, expected);
+}
+
 TEST_F(Scan, ANotificationDuringAScanIsHandledToItsEnd) {
    startWithTasks();
    scheduler->yieldPolicyIs([] { return true; });

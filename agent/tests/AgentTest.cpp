@@ -207,7 +207,7 @@ TEST_F(Agent, AWrongInputIsRefusedAndLeavesTheRootAsItWas) {
 
 TEST(Load, TheTypeModulesAreRegisteredInTheOrderOfTheLibrary) {
    EXPECT_THAT(Vel::TypeRegistry::instance().moduleNames(),
-               ElementsAre("HopTableHelper", "MplsSnmp", "MplsSnmpAgent", "RsvpSnmpSubTunnelStatusSm"));
+               ElementsAre("Inputs", "HopTableHelper", "MplsSnmp", "MplsSnmpAgent", "RsvpSnmpSubTunnelStatusSm"));
 }
 
 TEST(Load, TheDebugHandlerOfTheDerivationExistsFromTheStart) {

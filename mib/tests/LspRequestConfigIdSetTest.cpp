@@ -128,6 +128,7 @@ TEST_F(LspRequestConfigIdSetTest, aHostReadsAndChangesItByName) {
    auto const keys = std::any_cast<std::vector<Vel::Any>>(Vel::attributeKeys(*set_, "lrciSet").value);
    ASSERT_EQ(keys.size(), 1);
    EXPECT_EQ(std::any_cast<Id>(keys.front()), id("cli:to-paris@primary.1"));
+   EXPECT_EQ(Vel::TypeRegistry::instance().valueToStrep(keys.front()), "cli:to-paris@primary.1");
    EXPECT_TRUE(Vel::attributeDel(*set_, "lrciSet", paris).known());
    EXPECT_THAT(members(), IsEmpty());
    std::vector<Vel::Any> const text{Vel::String("cli:to-paris@primary.1")};

@@ -109,6 +109,26 @@ TEST_F(ValueInfoTest, theNumbersOfAnEnumerationAreFoundByName) {
    EXPECT_EQ(registry().type("Sample::Lamp").enumeration, nullptr);
 }
 
+/// A value with a text form of its own.
+struct Port {
+   unsigned number = 0;
+   std::string valueToStrep() const { return number == 0 ? "none" : fmt::format("port{}", number); }
+   static Port fromText(std::string_view text) {
+      if (!text.starts_with("port")) throw Vel::ParseException("no port");
+      return {static_cast<unsigned>(text.back() - '0')};
+   }
+};
+
+TEST_F(ValueInfoTest, aTypeMayHaveATextFormOfItsOwn) {
+   Vel::TypeInfo const port = Vel::valueTypeNamed<Port>("Sample::Port");
+   std::array const types{&port};
+   Vel::TypeModule const module("Ports", types);
+   EXPECT_EQ(std::any_cast<Port>(registry().strepToValue("Sample::Port", "port7")).number, 7U);
+   EXPECT_EQ(std::any_cast<Port>(registry().strepToValue("Sample::Port", "none")).number, 0U);
+   EXPECT_EQ(registry().valueToStrep(Any(Port{7})), "port7");
+   EXPECT_THROW(registry().strepToValue("Sample::Port", "nothing"), Vel::ParseException);
+}
+
 TEST_F(ValueInfoTest, aFieldMayBeAnEnumeration) {
    EXPECT_EQ(lamp().valueToStrep(), kLampText);
    EXPECT_EQ(Vel::strepToValue<Lamp>(kLampText), lamp());

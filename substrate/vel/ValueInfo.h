@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-/// How a value type or an enumeration is announced to the type registry: by its name, with its text form.
+/// How value types and enumerations are announced to the type registry: by their names, with their text forms.
 #pragma once
 
 #include "substrate/vel/EnumType.h"
@@ -7,33 +7,39 @@
 
 namespace Vel {
 
+/// A value from its text form: the framework's, or one that `T::fromText` reads. In that one the default-made value may
+/// have a text of its own, such as "none".
 template <class T>
-EnumType<unsigned int> const* enumeration() {
-   if constexpr (RegisteredEnum<T>) {
-      return &velEnumType(T{});
+T valueOfText(std::string_view text) {
+   if constexpr (requires { T::fromText(text); }) {
+      return text == toStrep(T{}) ? T{} : T::fromText(text);
    } else {
-      return nullptr;
+      return strepToValue<T>(text);
    }
 }
 
+/// For the list of a type module: a value type of this name.
 template <class T>
-std::string_view typeName() {
-   if constexpr (RegisteredEnum<T>) {
-      return velEnumType(T{}).name();
-   } else {
-      return T::velTypeName;
-   }
+TypeInfo valueTypeNamed(std::string_view name) {
+   return {.name = name,
+           .attributes = {},
+           .value = {.holds = [](Any const& value) { return std::any_cast<T>(&value) != nullptr; },
+                     .valueToStrep = [](Any const& value) { return toStrep(std::any_cast<T const&>(value)); },
+                     .strepToValue = [](std::string_view text) { return Any(valueOfText<T>(text)); }}};
 }
 
-/// For the list of a type module. `T` has a table of enumerators, or a `velTypeName` as ValueType wants it.
+/// The same for an enumeration, or a value type that knows its name (ValueType).
 template <class T>
 TypeInfo const& valueTypeInfo() {
-   static TypeInfo const info{
-         .name = typeName<T>(),
-         .value = {.holds = [](Any const& value) { return std::any_cast<T>(&value) != nullptr; },
-                   .valueToStrep = [](Any const& value) { return toStrep(std::any_cast<T const&>(value)); },
-                   .strepToValue = [](std::string_view text) { return Any(Vel::strepToValue<T>(text)); }},
-         .enumeration = enumeration<T>()};
+   static TypeInfo const info = [] {
+      if constexpr (RegisteredEnum<T>) {
+         TypeInfo made = valueTypeNamed<T>(velEnumType(T{}).name());
+         made.enumeration = &velEnumType(T{});
+         return made;
+      } else {
+         return valueTypeNamed<T>(T::velTypeName);
+      }
+   }();
    return info;
 }
 

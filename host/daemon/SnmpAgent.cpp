@@ -12,7 +12,7 @@
 #include <sstream>
 #include <system_error>
 
-#include "host/daemon/Subagent.h"
+#include "host/agentx/Subagent.h"
 #include "host/daemon/Trial.h"
 #include "host/loop/NetSnmp.h"
 
@@ -82,7 +82,7 @@ SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog
    init_vacm_vars();
    init_usmUser();
    init_system_mib();
-   Subagent::registerConfiguration();
+   AgentX::Subagent::registerConfiguration();
    netSnmpLog.keep();
    init_snmp(kName);
    try {

@@ -28,8 +28,8 @@ Json timeJson(std::optional<std::chrono::system_clock::time_point> const& time) 
    return time ? Json(isoTime(*time)) : Json();
 }
 
-Json masterJson(MasterStatus const& master) {
-   using State = MasterStatus::State;
+Json masterJson(AgentX::MasterStatus const& master) {
+   using State = AgentX::MasterStatus::State;
    char const* const state = master.state == State::connected      ? "connected"
                              : master.state == State::unresponsive ? "unresponsive"
                                                                    : "disconnected";

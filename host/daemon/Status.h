@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/daemon/MasterStatus.h"
+#include "host/agentx/MasterStatus.h"
 #include "host/module/Module.h"
 #include "host/publish/Server.h"
 #include "host/store/ChangeQueue.h"
@@ -30,10 +30,10 @@ class Status {
       Host::Module const* module = nullptr;
       Tallies::CounterTable const* counters = nullptr;
       Publish::Server const* publish = nullptr;
-      std::string stateFile;                   ///< empty: none
-      std::string countersName;                ///< empty: none
-      std::vector<std::string> addresses;      ///< on which SNMP is answered
-      std::function<MasterStatus()> master{};  ///< of the AgentX master; null when SNMP is answered here
+      std::string stateFile;                           ///< empty: none
+      std::string countersName;                        ///< empty: none
+      std::vector<std::string> addresses;              ///< on which SNMP is answered
+      std::function<AgentX::MasterStatus()> master{};  ///< of the AgentX master; null when SNMP is answered here
    };
 
    using SystemClock = std::chrono::system_clock;

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "host/agentx/Subagent.h"
 #include "host/daemon/Allocator.h"
 #include "host/daemon/Configuration.h"
 #include "host/daemon/Counters.h"
@@ -25,7 +26,6 @@
 #include "host/daemon/StandardStreams.h"
 #include "host/daemon/StateSource.h"
 #include "host/daemon/Status.h"
-#include "host/daemon/Subagent.h"
 #include "host/feed/FileFeed.h"
 #include "host/loop/Signals.h"
 #include "host/loop/TaskRunner.h"
@@ -78,7 +78,7 @@ void check(Daemon::Options const& commandLine) {
    Daemon::Configuration configuration(commandLine.config, [&] { return accessOf(settings.merged(commandLine)); });
    Daemon::SnmpAgent agent(configuration, log);
    auto const options = merged(settings, commandLine);
-   if (options.agentx) Daemon::Subagent::masterAt(*options.agentx);
+   if (options.agentx) AgentX::Subagent::masterAt(*options.agentx);
    if (!options.publish.path.empty()) Publish::SocketFile::check(options.publish.path);
 
    std::string refusal;
@@ -119,9 +119,13 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    settings.keep();
    applyTo(log, options);
    auto const failed = [&agent](std::string_view error) { agent.fail(error); };
-   std::optional<Daemon::Subagent> subagent;
+   std::optional<AgentX::Subagent> subagent;
    if (options.agentx) {
-      subagent.emplace(*options.agentx, log, failed);
+      subagent.emplace(*options.agentx,
+                       AgentX::Subagent::Report{.info = [&log](std::string_view line) { log.info(line); },
+                                                .warn = [&log](std::string_view line) { log.warn(line); },
+                                                .error = [&log](std::string_view line) { log.error(line); }},
+                       failed);
    } else {
       agent.listen(options.listen);
    }

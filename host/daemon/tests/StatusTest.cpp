@@ -63,8 +63,8 @@ TEST(Status, ARefusalIsMendedByWhatComesFromThere) {
 TEST(Status, TheMasterIsToldOf) {
    Status status({}, at(0));
    status.sources().master = [] {
-      return Daemon::MasterStatus{.master = "unix:/m",
-                                  .state = Daemon::MasterStatus::State::disconnected,
+      return AgentX::MasterStatus{.master = "unix:/m",
+                                  .state = AgentX::MasterStatus::State::disconnected,
                                   .since = at(5),
                                   .lastError = "refused"};
    };

@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-#include "host/daemon/MasterAddress.h"
+#include "host/agentx/MasterAddress.h"
 #include "host/loop/Descriptor.h"
 #include "host/loop/NetSnmp.h"
 #include "host/loop/Watch.h"
 
-namespace Daemon {
+namespace AgentX {
 
 /// A connection to an AgentX master, from the attempt on, on which nothing ever waits for the master: what it does not
 /// take at once is kept and written when it does.
@@ -56,4 +56,4 @@ class MasterLink {
    netsnmp_transport* transport_ = nullptr;
 };
 
-}  // namespace Daemon
+}  // namespace AgentX

@@ -2,22 +2,22 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "host/daemon/AgentXMessages.h"
-#include "host/daemon/Log.h"
-#include "host/daemon/MasterAddress.h"
-#include "host/daemon/MasterLink.h"
-#include "host/daemon/MasterStatus.h"
+#include "host/agentx/MasterAddress.h"
+#include "host/agentx/MasterLink.h"
+#include "host/agentx/MasterStatus.h"
+#include "host/agentx/Messages.h"
 #include "host/loop/NetSnmp.h"
 #include "host/loop/Timer.h"
 #include "host/loop/Watch.h"
 
-namespace Daemon {
+namespace AgentX {
 
 /// Serves what is registered with this process's SnmpAgent through another agent, the master (AgentX, RFC 2741). It
 /// connects whenever there is a master, and says so in the log; nothing ever waits for the master.
@@ -36,9 +36,16 @@ class Subagent {
    /// Where `master` is; empty: agentXSocket of the configuration, or kDefaultMaster. Throws AddressError.
    static MasterAddress masterAt(std::string_view master);
 
+   /// Who takes lines for the log.
+   struct Report {
+      std::function<void(std::string_view line)> info;
+      std::function<void(std::string_view line)> warn;
+      std::function<void(std::string_view line)> error;
+   };
+
    /// `master`: as for masterAt. To be made when the agent has been made, and before what is to be served is
    /// registered. Exists once. Throws AddressError.
-   Subagent(std::string_view master, Log& log, Loop::ErrorHandler failed);
+   Subagent(std::string_view master, Report report, Loop::ErrorHandler failed);
    /// Closes the session and waits for the master to have taken note, for a second at most.
    ~Subagent();
    Subagent(Subagent const&) = delete;
@@ -85,7 +92,7 @@ class Subagent {
    // net-snmp frees what a callback is given as its own argument when it shuts down.
    static inline Subagent* instance_ = nullptr;
 
-   Log& log_;
+   Report const report_;
    Loop::ErrorHandler const failed_;
    MasterAddress const address_;
    MasterStatus status_;
@@ -103,4 +110,4 @@ class Subagent {
    std::set<std::string> said_;  // why there is no connection, since there was one
 };
 
-}  // namespace Daemon
+}  // namespace AgentX

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace Daemon {
+namespace AgentX {
 
 /// An address does not say where a master is. The text names it and says why.
 class AddressError : public std::runtime_error {
@@ -42,4 +42,4 @@ class MasterAddress {
    socklen_t length_ = 0;
 };
 
-}  // namespace Daemon
+}  // namespace AgentX

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/MasterAddress.h"
+#include "host/agentx/MasterAddress.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -17,7 +17,7 @@
 #include <system_error>
 #include <utility>
 
-namespace Daemon {
+namespace AgentX {
 
 namespace fs = std::filesystem;
 
@@ -163,4 +163,4 @@ std::string MasterAddress::remedy(int error) const {
    }
 }
 
-}  // namespace Daemon
+}  // namespace AgentX

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/MasterLink.h"
+#include "host/agentx/MasterLink.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -13,9 +13,9 @@
 #include <system_error>
 #include <utility>
 
-#include "host/daemon/AgentXMessages.h"
+#include "host/agentx/Messages.h"
 
-namespace Daemon {
+namespace AgentX {
 
 namespace {
 
@@ -154,4 +154,4 @@ void MasterLink::finish(std::chrono::milliseconds limit) {
    }
 }
 
-}  // namespace Daemon
+}  // namespace AgentX

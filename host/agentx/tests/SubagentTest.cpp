@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A subagent between this process's agent library and a master that the test plays, octet by octet (RFC 2741).
-#include "host/daemon/Subagent.h"
+#include "host/agentx/Subagent.h"
 
 #include <gmock/gmock.h>
 #include <poll.h>
@@ -13,7 +13,6 @@
 #include <utility>
 #include <vector>
 
-#include "host/daemon/Configuration.h"
 #include "tests/support/AgentLibrary.h"
 
 namespace {
@@ -36,14 +35,14 @@ struct Message {
    std::uint32_t number(std::size_t at) const {
       std::uint32_t value = 0;
       for (std::size_t i = 0; i < 4; ++i) {
-         std::size_t const octet = (flags & Daemon::kAgentXNetworkByteOrder) != 0 ? i : 3 - i;
+         std::size_t const octet = (flags & AgentX::kAgentXNetworkByteOrder) != 0 ? i : 3 - i;
          value = value << 8U | payload[at + octet];
       }
       return value;
    }
    /// The context that it begins with, and where the rest begins.
    std::pair<std::string, std::size_t> context() const {
-      if ((flags & Daemon::kAgentXNonDefaultContext) == 0) return {"", 0};
+      if ((flags & AgentX::kAgentXNonDefaultContext) == 0) return {"", 0};
       std::size_t const size = number(0);
       return {std::string(payload.begin() + 4, payload.begin() + 4 + static_cast<std::ptrdiff_t>(size)),
               4 + (size + 3) / 4 * 4};
@@ -63,7 +62,7 @@ struct Message {
 Octets message(u_char type, Octets const& payload) {
    Octets octets{1,
                  type,
-                 Daemon::kAgentXNetworkByteOrder,
+                 AgentX::kAgentXNetworkByteOrder,
                  0,
                  0,
                  0,
@@ -101,8 +100,8 @@ class SubagentTest : public testing::Test {
 
    std::string path() const { return (directory_.path() / "agentx").string(); }
 
-   Daemon::Subagent& start() {
-      subagent_ = std::make_unique<Daemon::Subagent>("unix:" + path(), log_,
+   AgentX::Subagent& start() {
+      subagent_ = std::make_unique<AgentX::Subagent>("unix:" + path(), report_,
                                                      [this](std::string_view error) { errors_.emplace_back(error); });
       return *subagent_;
    }
@@ -174,7 +173,7 @@ class SubagentTest : public testing::Test {
    }
    void answer(Message const& request, u_char error = 0) {
       Octets response(request.header.begin(), request.header.begin() + 16);
-      response[1] = Daemon::kAgentXResponse;
+      response[1] = AgentX::kAgentXResponse;
       response[2] = 0;
       // In the byte order of this machine's subagent: the least octet first.
       for (u_char const octet : {8, 0, 0, 0, 0, 0, 0, 0, static_cast<int>(error), error ? 1 : 0, 0, 0}) {
@@ -187,12 +186,12 @@ class SubagentTest : public testing::Test {
    std::vector<std::string> takeOn() {
       accept();
       Message const open = receive();
-      EXPECT_EQ(open.type, Daemon::kAgentXOpen);
+      EXPECT_EQ(open.type, AgentX::kAgentXOpen);
       answer(open);
       std::vector<std::string> regions;
       for (std::size_t i = 0; i < served_.size(); ++i) {
          Message const request = receive();
-         EXPECT_EQ(request.type, Daemon::kAgentXRegister);
+         EXPECT_EQ(request.type, AgentX::kAgentXRegister);
          regions.push_back(request.region());
          answer(request);
       }
@@ -213,15 +212,15 @@ class SubagentTest : public testing::Test {
       return SNMP_ERR_NOERROR;
    }
 
-   using State = Daemon::MasterStatus::State;
+   using State = AgentX::MasterStatus::State;
    static inline std::vector<std::vector<oid>> asked_;
 
-   Daemon::PrivateDirectory directory_;
+   TestSupport::ScratchDirectory directory_;
    Loop::Descriptor listener_;
    std::unique_ptr<Loop::Descriptor> stream_;
-   Daemon::Log log_;
+   AgentX::Subagent::Report const report_{.info = [](auto) {}, .warn = [](auto) {}, .error = [](auto) {}};
    std::vector<std::string> errors_;
-   std::unique_ptr<Daemon::Subagent> subagent_;
+   std::unique_ptr<AgentX::Subagent> subagent_;
    std::vector<std::pair<oid, std::string>> served_;
 };
 
@@ -250,12 +249,12 @@ TEST_F(SubagentTest, whatComesAndGoesLaterIsToldToTheMaster) {
    takeOn();
    serve(3, "red");
    Message const added = receive();
-   EXPECT_EQ(added.type, Daemon::kAgentXRegister);
+   EXPECT_EQ(added.type, AgentX::kAgentXRegister);
    EXPECT_EQ(added.region(), "red .1.99999.3");
    answer(added);
    unserve();
    Message const removed = receive();
-   EXPECT_EQ(removed.type, Daemon::kAgentXUnregister);
+   EXPECT_EQ(removed.type, AgentX::kAgentXUnregister);
    EXPECT_EQ(removed.region(), "red .1.99999.3");
    stream_ = nullptr;
    EXPECT_THAT(takeOn(), ElementsAre(" .1.99999.1"));
@@ -263,7 +262,7 @@ TEST_F(SubagentTest, whatComesAndGoesLaterIsToldToTheMaster) {
 
 TEST_F(SubagentTest, itsStateCanBeRead) {
    auto const before = std::chrono::system_clock::now();
-   Daemon::MasterStatus const& status = start().status();
+   AgentX::MasterStatus const& status = start().status();
    EXPECT_EQ(status.master, "unix:" + path());
    EXPECT_EQ(status.state, State::disconnected);
    EXPECT_EQ(status.lastError, "");
@@ -289,8 +288,8 @@ TEST_F(SubagentTest, subidentifiersAreUnsigned) {
    serve(1);
    takeOn();
    asked_.clear();
-   send(message(Daemon::kAgentXGet, kLargeSubidentifiers));
-   EXPECT_EQ(receive().type, Daemon::kAgentXResponse);
+   send(message(AgentX::kAgentXGet, kLargeSubidentifiers));
+   EXPECT_EQ(receive().type, AgentX::kAgentXResponse);
    EXPECT_THAT(asked_, ElementsAre(ElementsAre(1, 3, 6, 1, 4, 1, 99999, 1, 0xffffffffU, 0x80000000U)));
 }
 
@@ -299,11 +298,11 @@ TEST_F(SubagentTest, aRequestThatCannotBeReadIsRefusedAtOnce) {
    serve(1);
    takeOn();
    Octets const cutOff(kLargeSubidentifiers.begin(), kLargeSubidentifiers.begin() + 20);
-   send(message(Daemon::kAgentXGet, cutOff));
+   send(message(AgentX::kAgentXGet, cutOff));
    Message const response = receive();
-   EXPECT_EQ(response.type, Daemon::kAgentXResponse);
+   EXPECT_EQ(response.type, AgentX::kAgentXResponse);
    EXPECT_THAT(response.payload, ElementsAre(0, 0, 0, 0, 0, SNMP_ERR_GENERR, 0, 1));
-   send(message(Daemon::kAgentXGet, kLargeSubidentifiers));
+   send(message(AgentX::kAgentXGet, kLargeSubidentifiers));
    EXPECT_EQ(receive().number(4), 0U) << "and the session goes on";
 }
 
@@ -318,14 +317,14 @@ TEST_F(SubagentTest, anAnswerThatIsTooLongIsTheErrorTooBig) {
          twice.push_back(octet);
       }
    }
-   send(message(Daemon::kAgentXGet, twice));
+   send(message(AgentX::kAgentXGet, twice));
    Message const response = receive();
    EXPECT_EQ(response.payload.size(), 8U);
    EXPECT_EQ(response.number(4), SNMP_ERR_TOOBIG * 0x10000U + 1);
 }
 
 TEST_F(SubagentTest, aMasterThatTalksNonsenseIsLeft) {
-   Daemon::MasterStatus const& status = start().status();
+   AgentX::MasterStatus const& status = start().status();
    serve(1);
    for (u_char const octet : {'?', '\x7f', '\xff'}) {
       takeOn();
@@ -336,10 +335,10 @@ TEST_F(SubagentTest, aMasterThatTalksNonsenseIsLeft) {
 }
 
 TEST_F(SubagentTest, aMasterThatNeverReadsIsGivenUpBeforeItTakesAllMemory) {
-   Daemon::MasterStatus const& status = start().status();
+   AgentX::MasterStatus const& status = start().status();
    serve(2);
    takeOn();
-   Octets const request = message(Daemon::kAgentXGet, {5, 4, 0, 0, 0, 0, 0, 1, 0, 1, 0x86, 0x9f, 0, 0,
+   Octets const request = message(AgentX::kAgentXGet, {5, 4, 0, 0, 0, 0, 0, 1, 0, 1, 0x86, 0x9f, 0, 0,
                                                        0, 2, 0, 0, 0, 3, 0, 0, 0, 0, 0,    0,    0, 0});
    // It asks until nobody listens any more.
    awaitTrue([&] {

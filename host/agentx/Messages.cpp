@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/AgentXMessages.h"
+#include "host/agentx/Messages.h"
 
 #include <algorithm>
 #include <array>
 
-namespace Daemon {
+namespace AgentX {
 
 namespace {
 
@@ -87,4 +87,4 @@ int buildAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char** buffer, std
    return agentx_realloc_build(session, pdu, buffer, bufferLength, length);
 }
 
-}  // namespace Daemon
+}  // namespace AgentX

@@ -21,7 +21,7 @@ extern netsnmp_session* callback_master_sess;
 extern int callback_master_num;
 }
 
-namespace Daemon {
+namespace AgentX {
 
 /// What net-snmp's sessions and messages have for a version when they are AgentX.
 constexpr long kAgentXVersion = 0xc1;
@@ -61,4 +61,4 @@ int parseAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, std::s
 int buildAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char** buffer, std::size_t* bufferLength,
                 std::size_t* length);
 
-}  // namespace Daemon
+}  // namespace AgentX

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/Subagent.h"
+#include "host/agentx/Subagent.h"
 
 #include <fmt/format.h>
 #include <net-snmp/agent/agent_callbacks.h>
@@ -11,7 +11,7 @@
 #include <system_error>
 #include <utility>
 
-namespace Daemon {
+namespace AgentX {
 
 namespace {
 
@@ -81,8 +81,8 @@ MasterAddress Subagent::masterAt(std::string_view master) {
    return MasterAddress(configured ? configured : kDefaultMaster);
 }
 
-Subagent::Subagent(std::string_view master, Log& log, Loop::ErrorHandler failed)
-      : log_(log),
+Subagent::Subagent(std::string_view master, Report report, Loop::ErrorHandler failed)
+      : report_(std::move(report)),
         failed_(std::move(failed)),
         address_(masterAt(master)),
         status_{.master = address_.text()},
@@ -306,10 +306,10 @@ void Subagent::lose(std::string const& why) {
    timer_.start(kRetry);
    status_.lastError = why;
    if (served) {
-      log_.warn(fmt::format("AgentX, lost the master at {}: {}; trying to connect again", address_.text(), why));
+      report_.warn(fmt::format("AgentX, lost the master at {}: {}; trying to connect again", address_.text(), why));
       stateIs(MasterStatus::State::disconnected);
    } else if (said_.insert(why).second) {
-      log_.error(fmt::format("AgentX, cannot connect to the master at {}: {}", address_.text(), why));
+      report_.error(fmt::format("AgentX, cannot connect to the master at {}: {}", address_.text(), why));
    }
 }
 
@@ -318,13 +318,13 @@ void Subagent::stateIs(MasterStatus::State state) {
    auto const former = std::exchange(status_.state, state);
    status_.since = std::chrono::system_clock::now();
    if (state == unresponsive) {
-      log_.warn(fmt::format("AgentX, the master at {} does not answer", address_.text()));
+      report_.warn(fmt::format("AgentX, the master at {} does not answer", address_.text()));
    } else if (state == connected && former == unresponsive) {
-      log_.info(fmt::format("AgentX, the master at {} answers again", address_.text()));
+      report_.info(fmt::format("AgentX, the master at {} answers again", address_.text()));
    } else if (state == connected) {
       said_.clear();
-      log_.info(fmt::format("AgentX, {}connected to the master at {}",
-                            std::exchange(everConnected_, true) ? "again " : "", address_.text()));
+      report_.info(fmt::format("AgentX, {}connected to the master at {}",
+                               std::exchange(everConnected_, true) ? "again " : "", address_.text()));
    }
 }
 
@@ -364,4 +364,4 @@ void Subagent::send(AgentXType type, netsnmp_pdu* request) {
    if (snmp_async_send(session_, request, &Subagent::answered, magic) == 0) snmp_free_pdu(request);
 }
 
-}  // namespace Daemon
+}  // namespace AgentX

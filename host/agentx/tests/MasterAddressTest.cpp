@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/daemon/MasterAddress.h"
+#include "host/agentx/MasterAddress.h"
 
 #include <gmock/gmock.h>
 
@@ -10,12 +10,12 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-std::string addressOf(std::string const& text) { return Daemon::MasterAddress(text).text(); }
+std::string addressOf(std::string const& text) { return AgentX::MasterAddress(text).text(); }
 
 std::string refusal(std::string const& text) {
    try {
       return "taken as " + addressOf(text);
-   } catch (Daemon::AddressError const& error) {
+   } catch (AgentX::AddressError const& error) {
       return error.what();
    }
 }
@@ -24,7 +24,7 @@ TEST(MasterAddress, aPathIsAUnixSocket) {
    EXPECT_EQ(addressOf("unix:/run/agentx/master"), "unix:/run/agentx/master");
    EXPECT_EQ(addressOf("/run/agentx/master"), "unix:/run/agentx/master");
    EXPECT_EQ(addressOf("unix:relative/master"), "unix:relative/master");
-   EXPECT_EQ(Daemon::MasterAddress("/m").address()->sa_family, AF_UNIX);
+   EXPECT_EQ(AgentX::MasterAddress("/m").address()->sa_family, AF_UNIX);
 }
 
 TEST(MasterAddress, tcpHasAHostAndAPort) {
@@ -35,7 +35,7 @@ TEST(MasterAddress, tcpHasAHostAndAPort) {
    EXPECT_EQ(addressOf("tcp6:[::1]:7705"), "tcp6:[::1]:7705");
    EXPECT_EQ(addressOf("tcp6:[::1]"), "tcp6:[::1]:705");
    EXPECT_EQ(addressOf("tcp6:::1"), "tcp6:[::1]:705");
-   EXPECT_EQ(Daemon::MasterAddress("tcp6:[::1]:1").address()->sa_family, AF_INET6);
+   EXPECT_EQ(AgentX::MasterAddress("tcp6:[::1]:1").address()->sa_family, AF_INET6);
 }
 
 TEST(MasterAddress, ofAListTheFirstCounts) {
@@ -55,7 +55,7 @@ TEST(MasterAddress, whatIsNoneIsRefused) {
 }
 
 TEST(MasterAddress, whatHelpsIsSaidWhereSomethingDoes) {
-   Daemon::MasterAddress const address("tcp:127.0.0.1:7705");
+   AgentX::MasterAddress const address("tcp:127.0.0.1:7705");
    EXPECT_EQ(address.explain(ECONNREFUSED),
              "Connection refused; nobody listens there: is snmpd running, with the lines \"master agentx\" and "
              "\"agentXSocket tcp:127.0.0.1:7705\" in its snmpd.conf?");

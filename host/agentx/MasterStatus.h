@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-namespace Daemon {
+namespace AgentX {
 
 /// How an AgentX subagent stands with its master.
 struct MasterStatus {
@@ -23,4 +23,4 @@ struct MasterStatus {
    std::string lastError = {};
 };
 
-}  // namespace Daemon
+}  // namespace AgentX

@@ -13,7 +13,7 @@
 #include <system_error>
 #include <utility>
 
-#include "host/agentx/Messages.h"
+#include "host/agentx/MessageCheck.h"
 
 namespace AgentX {
 
@@ -70,7 +70,7 @@ netsnmp_transport* MasterLink::newTransport() {
    linkOf(transport_) = this;
    transport_->sock = socket_;
    transport_->flags = NETSNMP_TRANSPORT_FLAG_STREAM;
-   transport_->msgMaxSize = kLongestAgentXMessage;
+   transport_->msgMaxSize = MessageLimits::kOctets;
    transport_->f_recv = &MasterLink::receive;
    transport_->f_send = &MasterLink::send;
    transport_->f_close = &MasterLink::close;
@@ -92,14 +92,16 @@ int MasterLink::receive(netsnmp_transport* transport, void* buffer, int size, vo
 
 int MasterLink::send(netsnmp_transport* transport, void const* message, int size, void** /*opaque*/,
                      int* /*opaqueLength*/) noexcept {
+   // What cannot be sent any more is no error: that the connection has ended will be read, and net-snmp would log each
+   // name of the message.
    MasterLink* const link = linkOf(transport);
-   if (!link) return -1;
+   if (!link) return size;
    try {
-      return link->write({static_cast<char const*>(message), static_cast<std::size_t>(size)});
+      link->write({static_cast<char const*>(message), static_cast<std::size_t>(size)});
    } catch (std::exception const& error) {
       link->failed_(error.what());
-      return -1;
    }
+   return size;
 }
 
 int MasterLink::close(netsnmp_transport* transport) noexcept {
@@ -109,15 +111,14 @@ int MasterLink::close(netsnmp_transport* transport) noexcept {
    return 0;
 }
 
-int MasterLink::write(std::string_view message) {
+void MasterLink::write(std::string_view message) {
    if (kept_.size() + message.size() > kMostKept) {
       end_ = "it does not read what it is sent";
       shutdown(socket_, SHUT_RDWR);  // what comes to be read is the end
-      return -1;
+      return;
    }
    kept_ += message;
    if (!writable_) writeKept();
-   return static_cast<int>(message.size());
 }
 
 void MasterLink::writeKept() {

@@ -45,7 +45,7 @@ class MasterLink {
                    int* opaqueLength) noexcept;
    static int close(netsnmp_transport* transport) noexcept;
 
-   int write(std::string_view message);
+   void write(std::string_view message);
    void writeKept();
 
    Loop::Descriptor const socket_;

@@ -4,16 +4,12 @@
 #include <algorithm>
 #include <array>
 
+#include "host/agentx/MessageCheck.h"
+#include "host/agentx/Requests.h"
+
 namespace AgentX {
 
 namespace {
-
-// Of a message's header: version, type, flags, a reserved octet, and four numbers of four octets, the last of which is
-// the length of what follows.
-constexpr std::size_t kHeader = 20;
-constexpr std::size_t kType = 1;
-constexpr std::size_t kFlags = 2;
-constexpr std::size_t kPayload = 16;
 
 // Of a response's payload: sysUpTime, then error and index in two octets each.
 constexpr std::size_t kResponse = kHeader + 8;
@@ -25,18 +21,23 @@ void maskSubidentifiers(oid* name, std::size_t length) {
 }
 
 /// A response without variables to the message that begins with `header`.
-std::array<u_char, kResponse> errorResponse(u_char const* header, u_char error) {
+std::array<u_char, kResponse> errorResponse(u_char const* header, std::uint16_t error) {
    std::array<u_char, kResponse> response{};
    std::copy_n(header, kPayload, response.begin());
+   response[0] = 1;
    response[kType] = kAgentXResponse;
-   response[kFlags] &= static_cast<u_char>(~kAgentXNonDefaultContext);
-   // The numbers are small: only their last octet counts.
+   response[kFlags] &= kAgentXNetworkByteOrder;
    bool const bigEndian = (header[kFlags] & kAgentXNetworkByteOrder) != 0;
    response[kPayload + (bigEndian ? 3 : 0)] = kResponse - kHeader;
-   response[kError + (bigEndian ? 1 : 0)] = error;
+   response[kError + (bigEndian ? 1 : 0)] = static_cast<u_char>(error);
+   response[kError + (bigEndian ? 0 : 1)] = static_cast<u_char>(error >> 8U);
+   // A master takes an error that concerns no variable for genErr.
    response[kIndex + (bigEndian ? 1 : 0)] = 1;
    return response;
 }
+
+/// Whether the message that begins with `header` is one that its sender waits for an answer to.
+bool isAnswered(u_char const* header) { return header[kType] >= kAgentXGet && header[kType] <= kAgentXUndoSet; }
 
 }  // namespace
 
@@ -56,17 +57,19 @@ void maskSubidentifiers(netsnmp_variable_list* variables) {
 }
 
 int checkAgentX(u_char* data, std::size_t length) {
-   constexpr int longest = 16 << 20;
+   constexpr int longest = 1 << 20;
    int const size = agentx_check_packet(data, length);
    return size <= longest ? size : -1;
 }
 
 int parseAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, std::size_t length) {
-   int const result = agentx_parse(session, pdu, data, length);
+   Fault const fault = faultOf(data, length);
+   int const result = fault == Fault::none ? agentx_parse(session, pdu, data, length) : SNMPERR_ASN_PARSE_ERR;
    if (result == SNMP_ERR_NOERROR) {
       maskSubidentifiers(pdu->variables);
-   } else if (length >= kHeader && data[kType] >= kAgentXGet && data[kType] <= kAgentXUndoSet) {
-      auto const response = errorResponse(data, length > kLongestAgentXMessage ? SNMP_ERR_TOOBIG : SNMP_ERR_GENERR);
+   } else if (length >= kHeader && isAnswered(data)) {
+      auto const response = errorResponse(
+            data, fault == Fault::tooLong ? std::uint16_t{SNMP_ERR_TOOBIG} : std::uint16_t{kAgentXParseError});
       netsnmp_transport* const transport = snmp_sess_transport(snmp_sess_pointer(session));
       transport->f_send(transport, response.data(), response.size(), nullptr, nullptr);
    }
@@ -75,9 +78,11 @@ int parseAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, std::s
 
 int buildAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char** buffer, std::size_t* bufferLength,
                 std::size_t* length) {
+   *length = 0;
+   if (pdu->command == SNMP_MSG_RESPONSE && !Requests::answer(*pdu)) return 0;
    int const result = agentx_realloc_build(session, pdu, buffer, bufferLength, length);
    // What is longer than the session allows, net-snmp would drop without a word.
-   std::size_t const longest = std::min<std::size_t>(pdu->msgMaxSize, kLongestAgentXMessage);
+   std::size_t const longest = std::min<std::size_t>(pdu->msgMaxSize, MessageLimits::kOctets);
    if (result != 0 || pdu->command != kAgentXResponse || *length <= longest) return result;
    snmp_free_varbind(pdu->variables);
    pdu->variables = nullptr;

@@ -3,6 +3,9 @@
 /// subagent put right.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "host/loop/NetSnmp.h"
 
 // What net-snmp's library has of AgentX, without declaring it.
@@ -12,13 +15,6 @@ int agentx_parse(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, size_
 int agentx_realloc_build(netsnmp_session* session, netsnmp_pdu* pdu, u_char** buffer, size_t* bufferLength,
                          size_t* length);
 int agentx_check_packet(u_char* data, size_t length);
-/// Hands a master's request to the agent of this process, through the session below, and its answer to the master.
-int handle_agentx_packet(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* magic);
-int handle_subagent_response(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* magic);
-extern netsnmp_session* agentx_callback_sess;
-/// The agent's own end of such sessions, and its number.
-extern netsnmp_session* callback_master_sess;
-extern int callback_master_num;
 }
 
 namespace AgentX {
@@ -33,7 +29,12 @@ enum AgentXType : u_char {
    kAgentXRegister = 3,
    kAgentXUnregister = 4,
    kAgentXGet = 5,
+   kAgentXGetNext = 6,
+   kAgentXGetBulk = 7,
+   kAgentXTestSet = 8,
+   kAgentXCommitSet = 9,
    kAgentXUndoSet = 10,
+   kAgentXCleanupSet = 11,
    kAgentXPing = 13,
    kAgentXResponse = 18
 };
@@ -41,8 +42,22 @@ enum AgentXType : u_char {
 /// Flags of messages.
 enum AgentXFlag : u_char { kAgentXInstance = 0x01, kAgentXNonDefaultContext = 0x08, kAgentXNetworkByteOrder = 0x10 };
 
-/// The longest message that net-snmp reads, in octets.
-constexpr std::size_t kLongestAgentXMessage = 65536;
+/// Errors of responses that SNMP does not have (RFC 2741, 6.2.16).
+enum AgentXError : std::uint16_t {
+   kAgentXOpenFailed = 256,
+   kAgentXNotOpen = 257,
+   kAgentXUnsupportedContext = 262,
+   kAgentXDuplicateRegistration = 263,
+   kAgentXParseError = 266,
+   kAgentXRequestDenied = 267
+};
+
+/// Where things are in a message, in octets from its beginning: type, flags, the length of what follows the header, and
+/// what follows it.
+constexpr std::size_t kType = 1;
+constexpr std::size_t kFlags = 2;
+constexpr std::size_t kPayload = 16;
+constexpr std::size_t kHeader = 20;
 
 /// Cuts every sub-identifier of the names, ends of ranges and object identifiers of a list of variables down to its 32
 /// bits: net-snmp reads them from AgentX through a signed int, so those from 2^31 on arrive sign-extended.
@@ -52,12 +67,14 @@ void maskSubidentifiers(netsnmp_variable_list* variables);
 /// net-snmp takes, which ends the connection, when it is longer than any master would write.
 int checkAgentX(u_char* data, std::size_t length);
 
-/// Reads a message. A request that cannot be read is answered at once, with tooBig when it is too long and else with
-/// genErr: a master that waits in vain closes the session. Returns SNMP_ERR_NOERROR or what is wrong.
+/// Reads a message that `faultOf` finds no fault with, and drops all others. A request among these is answered at once,
+/// with tooBig when it is too long and else with parseError: a master that waits in vain closes the session. Returns
+/// SNMP_ERR_NOERROR or what is wrong.
 int parseAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, std::size_t length);
 
-/// Writes a message at the start of `*buffer`, which it may allocate anew. A response that is too long becomes the
-/// error tooBig. Returns 0, or -1 when the message cannot be written.
+/// Writes a message at the start of `*buffer`, which it may allocate anew. The agent's answer to a request becomes the
+/// master's (see Requests); a response that is too long becomes the error tooBig. Returns 0, or -1 when the message
+/// cannot be written. Of no octets where nothing is to be sent.
 int buildAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char** buffer, std::size_t* bufferLength,
                 std::size_t* length);
 

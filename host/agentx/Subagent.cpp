@@ -3,13 +3,13 @@
 
 #include <fmt/format.h>
 #include <net-snmp/agent/agent_callbacks.h>
-#include <net-snmp/library/large_fd_set.h>
-#include <poll.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <system_error>
 #include <utility>
+
+#include "host/agentx/Requests.h"
 
 namespace AgentX {
 
@@ -36,35 +36,21 @@ std::chrono::seconds pingInterval() {
 /// What a master answers (RFC 2741, 6.2.16), for people.
 std::string errorText(long error) {
    switch (error) {
-      case 256:
+      case kAgentXOpenFailed:
          return "openFailed";
-      case 257:
+      case kAgentXNotOpen:
          return "notOpen";
-      case 262:
+      case kAgentXUnsupportedContext:
          return "unsupportedContext";
-      case 263:
+      case kAgentXDuplicateRegistration:
          return "duplicateRegistration; does another subagent serve the same tables?";
-      case 266:
+      case kAgentXParseError:
          return "parseError";
-      case 267:
+      case kAgentXRequestDenied:
          return "requestDenied";
       default:
          return fmt::format("error {}", error);
    }
-}
-
-/// Serves the next entry of a session's queue, if there is one.
-void readNow(netsnmp_session* session) {
-   void* const opaque = snmp_sess_pointer(session);
-   int const descriptor = snmp_sess_transport(opaque)->sock;
-   pollfd watched{descriptor, POLLIN, 0};
-   if (poll(&watched, 1, 0) <= 0) return;
-   netsnmp_large_fd_set set;
-   netsnmp_large_fd_set_init(&set, descriptor + 1);
-   NETSNMP_LARGE_FD_ZERO(&set);
-   NETSNMP_LARGE_FD_SET(descriptor, &set);
-   snmp_sess_read2(opaque, &set);
-   netsnmp_large_fd_set_cleanup(&set);
 }
 
 }  // namespace
@@ -89,9 +75,6 @@ Subagent::Subagent(std::string_view master, Report report, Loop::ErrorHandler fa
         interval_(pingInterval()),
         timer_([this] { tick(); }, failed_) {
    instance_ = this;
-   // Through this session requests get to the agent of this process.
-   agentx_callback_sess = netsnmp_callback_open(callback_master_num, &handle_subagent_response, nullptr, nullptr);
-   if (!agentx_callback_sess) throw std::runtime_error("net-snmp cannot open a session to its own agent");
    for (int const change : {SNMPD_CALLBACK_REGISTER_OID, SNMPD_CALLBACK_UNREGISTER_OID}) {
       snmp_register_callback(SNMP_CALLBACK_APPLICATION, change, &Subagent::registrationChanged, nullptr);
    }
@@ -110,7 +93,6 @@ Subagent::~Subagent() {
       link_->finish(std::chrono::seconds(1));
       snmp_close(session_);
    }
-   snmp_close(std::exchange(agentx_callback_sess, nullptr));
 }
 
 // What net-snmp calls
@@ -138,7 +120,7 @@ int Subagent::registrationChanged(int /*major*/, int minor, void* parameters, vo
    return SNMPERR_SUCCESS;
 }
 
-int Subagent::received(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu,
+int Subagent::received(int operation, netsnmp_session* session, int /*requestId*/, netsnmp_pdu* pdu,
                        void* /*magic*/) noexcept {
    // A session that was given up may have messages left.
    if (!instance_ || session != instance_->session_) return 1;
@@ -148,15 +130,7 @@ int Subagent::received(int operation, netsnmp_session* session, int requestId, n
          instance_->lose(std::string(instance_->link_->end()));
       } else if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) {
          instance_->heard();
-         if (pdu->command == kAgentXClose) {
-            instance_->lose("it has closed the session");
-         } else {
-            handle_agentx_packet(operation, session, requestId, pdu, nullptr);
-            // Request and answer go through sessions of net-snmp with a queue each, of which the event loop would
-            // serve one entry a turn: with a queue that grows faster than that it would crawl, and stop at last.
-            readNow(callback_master_sess);
-            readNow(agentx_callback_sess);
-         }
+         instance_->handle(*pdu);
       }
    } catch (std::exception const& error) {
       instance_->failed_(error.what());
@@ -213,6 +187,20 @@ void Subagent::connected(int error) {
    constexpr std::string_view description = "mplsted";
    snmp_pdu_add_variable(request, null, std::size(null), ASN_OCTET_STR, description.data(), description.size());
    send(kAgentXOpen, request);
+}
+
+/// What the master says of its own accord.
+void Subagent::handle(netsnmp_pdu& message) {
+   bool const ours = phase_ >= Phase::registering && message.sessid == session_->sessid;
+   if (message.command == kAgentXClose) {
+      if (ours) lose("it has closed the session");
+   } else if (Requests::is(message)) {
+      if (ours) {
+         Requests::carryOut(*session_, message);
+      } else if (message.command != kAgentXCleanupSet) {
+         Requests::refuse(*session_, message, kAgentXNotOpen);
+      }
+   }
 }
 
 void Subagent::answer(AgentXType type, netsnmp_pdu const& response) {

@@ -77,6 +77,7 @@ class Subagent {
    void opened();
    void serveWhenRegistered();
    void heard();
+   void handle(netsnmp_pdu& message);
    void answer(AgentXType type, netsnmp_pdu const& response);
    void registrationAdded(Registration registration);
    void registrationRemoved(Registration const& registration);

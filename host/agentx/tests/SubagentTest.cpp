@@ -58,28 +58,14 @@ struct Message {
    }
 };
 
-/// Numbers of a message in network byte order.
-Octets message(u_char type, Octets const& payload) {
-   Octets octets{1,
-                 type,
-                 AgentX::kAgentXNetworkByteOrder,
-                 0,
-                 0,
-                 0,
-                 0,
-                 7,
-                 0,
-                 0,
-                 0,
-                 1,
-                 0,
-                 0,
-                 0,
-                 2,
-                 0,
-                 0,
-                 static_cast<u_char>(payload.size() >> 8U),
-                 static_cast<u_char>(payload.size())};
+constexpr u_char kSession = 7;
+
+/// A message in network byte order.
+Octets message(u_char type, Octets const& payload, u_char session = kSession) {
+   auto const high = static_cast<u_char>(payload.size() >> 8U);
+   auto const low = static_cast<u_char>(payload.size());
+   Octets octets{1,    type, AgentX::kAgentXNetworkByteOrder, 0, 0, 0, 0, session, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0,
+                 high, low};
    octets.insert(octets.end(), payload.begin(), payload.end());
    return octets;
 }
@@ -107,10 +93,10 @@ class SubagentTest : public testing::Test {
    }
 
    /// Something to serve under 1.3.6.1.4.1.99999.
-   void serve(oid subidentifier, char const* context = "") {
+   void serve(oid subidentifier, char const* context = "", int modes = HANDLER_CAN_RONLY) {
       oid const root[] = {1, 3, 6, 1, 4, 1, 99999, subidentifier};
-      auto* const registration = netsnmp_create_handler_registration("test", &SubagentTest::handle, root,
-                                                                     std::size(root), HANDLER_CAN_RONLY);
+      auto* const registration =
+            netsnmp_create_handler_registration("test", &SubagentTest::handle, root, std::size(root), modes);
       registration->contextName = strdup(context);
       ASSERT_EQ(netsnmp_register_handler(registration), MIB_REGISTERED_OK);
       served_.emplace_back(subidentifier, context);
@@ -176,6 +162,7 @@ class SubagentTest : public testing::Test {
       response[1] = AgentX::kAgentXResponse;
       response[2] = 0;
       // In the byte order of this machine's subagent: the least octet first.
+      response[4] = kSession;
       for (u_char const octet : {8, 0, 0, 0, 0, 0, 0, 0, static_cast<int>(error), error ? 1 : 0, 0, 0}) {
          response.push_back(octet);
       }
@@ -202,6 +189,7 @@ class SubagentTest : public testing::Test {
    static int handle(netsnmp_mib_handler* /*handler*/, netsnmp_handler_registration* /*registration*/,
                      netsnmp_agent_request_info* info, netsnmp_request_info* requests) {
       asked_.emplace_back(requests->requestvb->name, requests->requestvb->name + requests->requestvb->name_length);
+      modes_.push_back(info->mode);
       static std::vector<u_char> const large(60000, 'x');
       std::size_t const size = requests->requestvb->name[7] == 2 ? large.size() : 1;
       if (info->mode == MODE_GET) {
@@ -209,11 +197,20 @@ class SubagentTest : public testing::Test {
             snmp_set_var_typed_value(request->requestvb, ASN_OCTET_STR, large.data(), size);
          }
       }
+      // One instance, .1, below what is registered.
+      for (auto* request = requests; request && info->mode == MODE_GETNEXT; request = request->next) {
+         auto* const variable = request->requestvb;
+         oid instance[] = {1, 3, 6, 1, 4, 1, 99999, request->subtree->name_a[7], 1};
+         if (snmp_oid_compare(variable->name, variable->name_length, instance, std::size(instance)) >= 0) continue;
+         snmp_set_var_objid(variable, instance, std::size(instance));
+         snmp_set_var_typed_integer(variable, ASN_INTEGER, 5);
+      }
       return SNMP_ERR_NOERROR;
    }
 
    using State = AgentX::MasterStatus::State;
    static inline std::vector<std::vector<oid>> asked_;
+   static inline std::vector<int> modes_;
 
    TestSupport::ScratchDirectory directory_;
    Loop::Descriptor listener_;
@@ -301,7 +298,8 @@ TEST_F(SubagentTest, aRequestThatCannotBeReadIsRefusedAtOnce) {
    send(message(AgentX::kAgentXGet, cutOff));
    Message const response = receive();
    EXPECT_EQ(response.type, AgentX::kAgentXResponse);
-   EXPECT_THAT(response.payload, ElementsAre(0, 0, 0, 0, 0, SNMP_ERR_GENERR, 0, 1));
+   EXPECT_THAT(response.payload,
+               ElementsAre(0, 0, 0, 0, AgentX::kAgentXParseError >> 8U, AgentX::kAgentXParseError & 0xffU, 0, 1));
    send(message(AgentX::kAgentXGet, kLargeSubidentifiers));
    EXPECT_EQ(receive().number(4), 0U) << "and the session goes on";
 }
@@ -346,6 +344,121 @@ TEST_F(SubagentTest, aMasterThatNeverReadsIsGivenUpBeforeItTakesAllMemory) {
    });
    awaitTrue([&status] { return status.state == State::disconnected; });
    EXPECT_EQ(status.lastError, "it does not read what it is sent");
+}
+
+// Requests
+
+/// Octets of 1.3.6.1.4.1.99999 and what follows.
+Octets objectIdentifier(std::initializer_list<u_char> rest) {
+   Octets octets{static_cast<u_char>(2 + rest.size()), 4, 0, 0, 0, 0, 0, 1, 0, 1, 0x86, 0x9f};
+   for (u_char const subidentifier : rest) octets.insert(octets.end(), {0, 0, 0, subidentifier});
+   return octets;
+}
+
+Octets joined(std::initializer_list<Octets> parts) {
+   Octets all;
+   for (Octets const& part : parts) all.insert(all.end(), part.begin(), part.end());
+   return all;
+}
+
+Octets const kNoEnd(4);
+Octets const kGet = joined({objectIdentifier({1, 1}), kNoEnd});
+/// An integer for 1.3.6.1.4.1.99999.1.1
+Octets const kVariable = joined({{0, ASN_INTEGER, 0, 0}, objectIdentifier({1, 1}), Octets(4)});
+
+/// Error and index of a response.
+std::pair<unsigned, unsigned> outcome(Message const& response) {
+   EXPECT_EQ(response.type, AgentX::kAgentXResponse);
+   return {response.number(4) >> 16U, response.number(4) & 0xffffU};
+}
+
+using Outcome = std::pair<unsigned, unsigned>;
+
+TEST_F(SubagentTest, aRequestForAnotherSessionIsAnsweredNotOpen) {
+   start();
+   serve(1);
+   takeOn();
+   asked_.clear();
+   for (auto const type : {AgentX::kAgentXGet, AgentX::kAgentXGetNext}) {
+      send(message(type, kGet, kSession + 1));
+      EXPECT_EQ(outcome(receive()), Outcome(AgentX::kAgentXNotOpen, 0));
+   }
+   send(message(AgentX::kAgentXTestSet, kVariable, kSession + 1));
+   EXPECT_EQ(outcome(receive()), Outcome(AgentX::kAgentXNotOpen, 0));
+   EXPECT_THAT(asked_, IsEmpty());
+   send(message(AgentX::kAgentXClose, Octets(4), kSession + 1));
+   send(message(AgentX::kAgentXGet, kGet));
+   EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_NOERROR, 0)) << "nor does it close this one";
+}
+
+TEST_F(SubagentTest, andSoIsOneBeforeTheSessionIsOpen) {
+   start();
+   serve(1);
+   accept();
+   EXPECT_EQ(receive().type, AgentX::kAgentXOpen);
+   asked_.clear();
+   send(message(AgentX::kAgentXGet, kGet, 0));
+   EXPECT_EQ(outcome(receive()), Outcome(AgentX::kAgentXNotOpen, 0));
+   EXPECT_THAT(asked_, IsEmpty());
+}
+
+TEST_F(SubagentTest, whatIsSetIsTriedAndForgottenAndNeverDone) {
+   start();
+   serve(1, "", HANDLER_CAN_RWRITE);
+   takeOn();
+   modes_.clear();
+   send(message(AgentX::kAgentXTestSet, kVariable));
+   EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_NOTWRITABLE, 1)) << "even where an object would take it";
+   EXPECT_THAT(modes_, ElementsAre(MODE_SET_RESERVE1, MODE_SET_FREE));
+   send(message(AgentX::kAgentXCommitSet, {}));
+   EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_COMMITFAILED, 0));
+   send(message(AgentX::kAgentXUndoSet, {}));
+   EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_UNDOFAILED, 0));
+   send(message(AgentX::kAgentXTestSet, {}));
+   EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_NOERROR, 0)) << "nothing at all can be set";
+   send(message(AgentX::kAgentXCleanupSet, {}));
+   send(message(AgentX::kAgentXGet, kGet));
+   EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_NOERROR, 0)) << "a CleanupSet has no answer";
+   EXPECT_THAT(modes_, ElementsAre(MODE_SET_RESERVE1, MODE_SET_FREE, MODE_GET));
+}
+
+TEST_F(SubagentTest, aBurstOfSetsAndGetsIsAnsweredOneByOne) {
+   start();
+   serve(1, "", HANDLER_CAN_RWRITE);
+   takeOn();
+   constexpr int kRounds = 200;
+   Octets burst;
+   for (int i = 0; i < kRounds; ++i) {
+      for (Octets const& one : {message(AgentX::kAgentXTestSet, kVariable), message(AgentX::kAgentXGet, kGet),
+                                message(AgentX::kAgentXCleanupSet, {}), message(AgentX::kAgentXResponse, Octets(8))}) {
+         burst.insert(burst.end(), one.begin(), one.end());
+      }
+   }
+   send(burst);
+   for (int i = 0; i < kRounds; ++i) {
+      EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_NOTWRITABLE, 1));
+      EXPECT_EQ(outcome(receive()), Outcome(SNMP_ERR_NOERROR, 0));
+   }
+}
+
+TEST_F(SubagentTest, whatLiesBehindTheRangeIsNotThere) {
+   start();
+   serve(1);
+   takeOn();
+   auto const typeOfFirst = [](Message const& response) {
+      return (response.flags & AgentX::kAgentXNetworkByteOrder) != 0 ? response.payload[9] : response.payload[8];
+   };
+   Octets const begin = objectIdentifier({1});
+   send(message(AgentX::kAgentXGetNext, joined({begin, kNoEnd})));
+   EXPECT_EQ(typeOfFirst(receive()), ASN_INTEGER);
+   send(message(AgentX::kAgentXGetNext, joined({begin, objectIdentifier({2})})));
+   EXPECT_EQ(typeOfFirst(receive()), ASN_INTEGER);
+   send(message(AgentX::kAgentXGetNext, joined({begin, objectIdentifier({1, 1})})));
+   EXPECT_EQ(typeOfFirst(receive()), SNMP_ENDOFMIBVIEW) << "the end is not part of the range";
+   send(message(AgentX::kAgentXGetBulk, joined({{0, 0, 0, 1}, begin, objectIdentifier({1, 1})})));
+   EXPECT_EQ(typeOfFirst(receive()), SNMP_ENDOFMIBVIEW);
+   send(message(AgentX::kAgentXGetBulk, joined({{0, 0, 0, 1}, begin, objectIdentifier({2})})));
+   EXPECT_EQ(typeOfFirst(receive()), ASN_INTEGER);
 }
 
 }  // namespace

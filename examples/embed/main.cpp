@@ -29,7 +29,6 @@ struct Agent {
       netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
       netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
       init_agent("embed");
-      init_vacm_vars();
       char access[] = "rocommunity public 127.0.0.1 .1.3.6.1.2.1.10.166";
       netsnmp_config_remember(access);  // as if it stood in a configuration file
       init_snmp("embed");

@@ -70,6 +70,18 @@ std::vector<std::string> configuredAddresses() {
    return addresses;
 }
 
+/// Takes from everything that is registered what could be written of it (sysContact, sysName and sysLocation): a SET is
+/// answered notWritable before it gets to any code of an object.
+void makeReadOnly() {
+   for (auto* context = get_top_context_cache(); context; context = context->next) {
+      for (auto* subtree = context->first_subtree; subtree; subtree = subtree->next) {
+         for (auto* part = subtree; part; part = part->children) {
+            if (part->reginfo) part->reginfo->modes &= ~HANDLER_CAN_SET;
+         }
+      }
+   }
+}
+
 }  // namespace
 
 SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog, Log& log) {
@@ -78,13 +90,14 @@ SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog
    // Left to itself net-snmp tries to send answers that no datagram can hold, and the manager hears nothing; now it
    // hears tooBig. A line sendMessageMaxSize in the configuration still says otherwise.
    netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_MSG_SEND_MAX, kLargestMessage);
+   // With it comes all that users and access control need. Their tables (SNMP-USER-BASED-SM-MIB,
+   // SNMP-VIEW-BASED-ACM-MIB) are nobody's business here.
    init_agent(kName);
-   init_vacm_vars();
-   init_usmUser();
    init_system_mib();
    AgentX::Subagent::registerConfiguration();
    netSnmpLog.keep();
    init_snmp(kName);
+   makeReadOnly();
    try {
       for (std::string const& complaint : configuration.checked(netSnmpLog.kept())) log.warn(complaint);
    } catch (...) {

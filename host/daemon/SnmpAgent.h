@@ -18,8 +18,8 @@ class ListenError : public std::runtime_error {
    using std::runtime_error::runtime_error;
 };
 
-/// The SNMP agent of this process: net-snmp's library with its configuration, its sockets and its event loop. Exists
-/// once, and cannot be made again after it has gone.
+/// The SNMP agent of this process: net-snmp's library with its configuration, its sockets and its event loop. Nothing
+/// that it registers itself can be written. Exists once, and cannot be made again after it has gone.
 class SnmpAgent {
  public:
    /// The program's name to net-snmp: its configuration is in mplsted.conf.

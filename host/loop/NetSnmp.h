@@ -9,10 +9,6 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 extern "C" {
-/// VACM (RFC 3415): who may see what.
-void init_vacm_vars(void);
-/// The user table of SNMPv3 (RFC 3414).
-void init_usmUser(void);
 /// The system group (SNMPv2-MIB), by which managers know an agent and see that it has restarted.
 void init_system_mib(void);
 }

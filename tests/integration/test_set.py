@@ -3,7 +3,8 @@
 
 import pytest
 from support import ber
-from support.ber import NO_ACCESS, NO_ERROR, NO_SUCH_NAME, NOT_WRITABLE, WRONG_TYPE
+from support.ber import NO_ACCESS, NO_CREATION, NO_ERROR, NO_SUCH_NAME, NOT_WRITABLE, WRONG_TYPE
+from support.manager import Manager
 from support.tree import EXPECTED, ROOT, TABLES, differences, parse
 
 TUNNEL, HOP, PERF = (f"{oid}.1" for oid in TABLES.values())
@@ -53,8 +54,7 @@ def test_one_refusal_refuses_the_whole_request(writer):
     for varbinds in ([(location, ("STRING", b"elsewhere")), (f"{TUNNEL}.34.{ROW}", ("INTEGER", 2))],
                      [(f"{TUNNEL}.34.{ROW}", ("INTEGER", 2)), (location, ("STRING", b"elsewhere"))]):
         response = writer.set(*varbinds)
-        assert response.error == NOT_WRITABLE
-        assert varbinds[response.index - 1][0].startswith(TUNNEL)
+        assert (response.error, response.index) == (NOT_WRITABLE, 1)
         assert writer.value(location) == before
 
 
@@ -73,6 +73,40 @@ def test_version_1_says_it_in_its_own_way(writer):
 def test_who_may_only_read_learns_that(manager):
     response = manager.set((f"{TUNNEL}.34.{ROW}", ("INTEGER", 2)))
     assert response.error == NO_ACCESS
+
+
+# Who may write all there is
+
+
+@pytest.fixture
+def owner(mplsted):
+    """May write everything that the agent has, as far as access control is concerned."""
+    manager = Manager(mplsted(access="rwcommunity private 127.0.0.1\n").address, b"private")
+    yield manager
+    manager.close()
+
+
+def test_nothing_that_the_agent_serves_can_be_written(owner):
+    served = owner.walk(".1.3")
+    assert {".1.3.6.1.2.1.1.6.0", f"{TUNNEL}.5.{ROW}"} <= served.keys()
+    for oid, value in served.items():
+        response = owner.set((oid, value))
+        assert (response.error, response.index) == (NOT_WRITABLE, 1), oid
+
+
+# Of SNMP-USER-BASED-SM-MIB and SNMP-VIEW-BASED-ACM-MIB: usmUserEntry and vacmAccessEntry, with their writable columns.
+USERS_AND_ACCESS = [*((f".1.3.6.1.6.3.15.1.2.2.1.{column}") for column in range(4, 14)),
+                    *((f".1.3.6.1.6.3.16.1.4.1.{column}") for column in range(4, 10))]
+
+
+def test_users_and_access_rights_are_not_to_be_had(owner):
+    """An index that begins with one of these numbers ends net-snmp's own code for them."""
+    for column in USERS_AND_ACCESS:
+        for first in (0, 1, 2147483647, 2147483648, 4294967295):
+            for value in (("INTEGER", 6), ("STRING", b"x"), ("OID", ".1.3.6.1.6.3.10.1.1.1")):
+                response = owner.set((f"{column}.{first}.1.2.3", value))
+                assert (response.error, response.index) in ((NOT_WRITABLE, 1), (NO_CREATION, 1)), column
+    assert not [oid for oid in owner.walk(".1.3.6.1.6.3") if oid.startswith((".1.3.6.1.6.3.15.", ".1.3.6.1.6.3.16."))]
 
 
 def test_the_refusal_reads_well(head_end):

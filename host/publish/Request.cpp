@@ -9,14 +9,13 @@
 
 #include "host/store/Closest.h"
 #include "host/store/JsonReader.h"
+#include "host/store/Scan.h"
 
 namespace Publish {
 
 namespace {
 
 using Store::JsonReader;
-
-constexpr std::string_view kBlanks = " \t\r";
 
 // In the order of Request::Kind, from `replace` on.
 constexpr std::array<std::string_view, 4> kNames{"$replace", "$state", "$status", "$trace"};
@@ -31,8 +30,8 @@ constexpr std::array<std::string_view, 4> kNames{"$replace", "$state", "$status"
 /// column is true of the line, and nothing large is moved. The store finds out whether it is a document.
 std::string documentIn(std::string line, std::size_t begin) {
    std::fill_n(line.begin(), begin, ' ');
-   auto const last = line.find_last_not_of(kBlanks);
-   if (last != std::string::npos && line[last] == '}') line.resize(last);
+   auto const end = Store::beforeBlanks(line);
+   if (end != 0 && line[end - 1] == '}') line.resize(end - 1);
    return line;
 }
 
@@ -83,7 +82,14 @@ Request requestFrom(std::string line) {
    }
 }
 
-bool isBlank(std::string_view line) { return line.find_first_not_of(kBlanks) == std::string_view::npos; }
+bool isQuestion(std::string_view line) {
+   auto const at = Store::behindBlanks(line);
+   if (at == line.size() || line[at] != '{') return false;
+   auto const name = line.substr(Store::behindBlanks(line, at + 1));
+   return name.starts_with("\"$") && !name.starts_with("\"$replace\"");
+}
+
+bool isBlank(std::string_view line) { return Store::behindBlanks(line) == line.size(); }
 
 std::string withoutLine(std::string_view error) {
    constexpr std::string_view kLine = "line 1, ";

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 
+#include "host/store/Limits.h"
 #include "inputs/rsvp/NameText.h"
 
 namespace Store {
@@ -61,6 +62,7 @@ void Path::read(DocumentReader& in, Value& path) {
    std::vector<std::uint32_t> seen;
    in.object("an object of hop indices and addresses", [&](std::string_view name) {
       std::uint32_t const index = hopIndex(in, name);
+      if (seen.size() == kMostHopsNamed) in.refuse(fmt::format("more than {} hops are named", kMostHopsNamed));
       seen.push_back(index);
       if (in.takeNull()) {
          path.hopDel(index);
@@ -71,6 +73,9 @@ void Path::read(DocumentReader& in, Value& path) {
    std::ranges::sort(seen);
    auto const twice = std::ranges::adjacent_find(seen);
    if (twice != seen.end()) in.refuse(fmt::format("hop {} is there twice", *twice));
+   if (path.hop().size() > kMostHops) {
+      in.refuse(fmt::format("the path has {} hops, at most {}", path.hop().size(), kMostHops));
+   }
 }
 
 Json Path::write(Value const& path) {
@@ -83,6 +88,7 @@ void Errors::read(DocumentReader& in, Value& errors) {
    constexpr std::array<std::string_view, 2> names{"code", "value"};
    errors.clear();
    in.array("an array of errors", [&] {
+      if (errors.size() == kMostErrors) in.refuse(fmt::format("there are more than {} errors", kMostErrors));
       Rsvp::RsvpLerLspRequestStatus::Error error;
       auto const present = in.members(names, "member of an error", [&](std::size_t index) {
          if (index == 0) {

@@ -38,7 +38,7 @@ bool ChangeSet::checkNext() {
    JsonReader::Inside const inCollection(in_, open_->name);
    if (auto const id = in_.nextMember(firstEntry_)) {
       JsonReader::Inside const inEntry(in_, *id);
-      open_->changes->check(in_, *id);
+      open_->changes->check(in_, *id, kind_);
    } else {
       open_ = nullptr;
    }

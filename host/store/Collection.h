@@ -23,8 +23,9 @@ class CollectionChanges {
 
    virtual ~CollectionChanges() = default;
 
-   /// Checks the entry named `id`, of which the value comes next, and remembers where it is.
-   virtual void check(DocumentReader& in, std::string_view id) = 0;
+   /// Checks the entry named `id`, of which the value comes next, and remembers where it is. What it is merged with is
+   /// the entry as it stands: the state does not change before all is applied.
+   virtual void check(DocumentReader& in, std::string_view id, ChangeKind kind) = 0;
    /// The entries that are not named are removed, too.
    void othersGo() { othersGo_ = true; }
 

@@ -8,18 +8,16 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
+#include "host/store/Limits.h"
+#include "host/store/Scan.h"
+
 namespace Store {
 
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
-constexpr std::string_view kSpace = " \t\n\r";
 constexpr std::string_view kEndsEarly = "the text ends too early";
 constexpr std::size_t kLongestReason = 400;
-
-bool isBlank(std::string_view text) { return text.find_first_not_of(kSpace) == std::string_view::npos; }
-
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -81,11 +79,13 @@ void JsonReader::refuseKind(std::string_view expected) {
 
 void JsonReader::syntaxError(std::size_t position, std::string_view why) const {
    std::string_view const before = text_.substr(0, position);
-   auto const line = 1 + std::ranges::count(before, '\n');
-   // Without "\n" in front, npos + 1 is the beginning of the text. A column is a character.
-   auto const column = 1 + std::ranges::count_if(before.substr(before.rfind('\n') + 1), [](char c) {
-                          return (static_cast<unsigned char>(c) & 0xc0U) != 0x80;
-                       });
+   std::size_t line = 1;
+   std::size_t lineBegin = 0;
+   for (auto end = before.find('\n'); end != std::string_view::npos; end = before.find('\n', lineBegin)) {
+      ++line;
+      lineBegin = end + 1;
+   }
+   auto const column = 1 + characters(before.substr(lineBegin));
    throw StateError(fmt::format("line {}, column {}: {}", line, column, printable(why, kLongestReason)));
 }
 
@@ -97,9 +97,7 @@ void JsonReader::unexpected(std::string_view expected) {
    syntaxError(at_, fmt::format("expected {} but found {}", expected, shown));
 }
 
-void JsonReader::skipSpace() {
-   while (at_ < text_.size() && isSpace(text_[at_])) ++at_;
-}
+void JsonReader::skipSpace() { at_ = behindBlanks(text_, at_); }
 
 bool JsonReader::take(char c) {
    skipSpace();
@@ -110,7 +108,7 @@ bool JsonReader::take(char c) {
 
 JsonReader::Kind JsonReader::kind() {
    skipSpace();
-   if (at_ >= text_.size()) syntaxError(at_, isBlank(text_) ? "the text is empty" : kEndsEarly);
+   if (at_ >= text_.size()) syntaxError(at_, behindBlanks(text_) == text_.size() ? "the text is empty" : kEndsEarly);
    char const c = text_[at_];
    if (c == '-' || isDigit(c)) return Kind::number;
    switch (c) {
@@ -154,10 +152,11 @@ bool JsonReader::boolean() {
 }
 
 std::string_view JsonReader::numberToken() {
-   std::string_view const rest = text_.substr(at_);
+   std::string_view const rest = text_.substr(at_, kLongestNumber + 1);
    std::string_view const token = rest.substr(0, rest.find_first_not_of("+-.0123456789eE"));
+   if (token.size() > kLongestNumber) refuse(fmt::format("the number has more than {} characters", kLongestNumber));
    if (!isNumber(token)) {
-      if (token.size() == rest.size()) syntaxError(text_.size(), kEndsEarly);
+      if (at_ + token.size() == text_.size()) syntaxError(text_.size(), kEndsEarly);
       syntaxError(at_, fmt::format("\"{}\" is not a number", printable(token)));
    }
    at_ += token.size();
@@ -197,6 +196,7 @@ std::string JsonReader::textToken() {
    bool plain = true;
    std::size_t end = begin;
    for (; end < text_.size() && text_[end] != '"'; ++end) {
+      if (end - begin >= kLongestText) refuse(fmt::format("the text has more than {} octets", kLongestText));
       auto const c = static_cast<unsigned char>(text_[end]);
       if (c >= 0x20 && c < 0x80 && c != '\\') continue;
       plain = false;

@@ -17,6 +17,9 @@ namespace Store {
 /// first character, however deeply it is nested. A reader can stop between any two values, and go on later or again
 /// at a position that it has been at.
 ///
+/// No text and no number takes long to read: what is longer than Limits.h says is refused. Blanks may be as many as one
+/// likes.
+///
 /// Whatever is wrong throws StateError, which names the place: the names that `Inside` has entered, or line and column.
 class JsonReader {
  public:

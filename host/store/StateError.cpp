@@ -5,11 +5,11 @@
 
 #include <iterator>
 
+#include "host/store/Scan.h"
+
 namespace Store {
 
 namespace {
-
-bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80; }
 
 /// U+0080 to U+009F are control characters too; in UTF-8 they are 0xc2 and one octet up to 0x9f.
 bool isC1Control(std::string_view text, std::size_t at) {

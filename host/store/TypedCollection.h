@@ -21,17 +21,16 @@ struct Objects {
    using Id = std::remove_cvref_t<decltype(std::declval<Entry>().id())>;
    using Member = Vel::Ptr<Entry const>;
 
-   static void check(DocumentReader& in, Id const& id) { readInto(in, *Vel::makePtr<Entry>(id)); }
+   template <class Home>
+   static void check(DocumentReader& in, Home const& home, Id const& id, ChangeKind kind) {
+      wanted(in, home.find(id), id, kind);
+   }
 
-   /// Builds the entry as it is to be and then publishes it, or what is different about it. True when that is a change.
+   /// Publishes the entry as it is to be, or what is different about it. True when that is a change.
    template <class Home>
    static bool apply(DocumentReader& in, Home& home, Id const& id, ChangeKind kind) {
       Member const* const present = home.find(id);
-      auto const wanted = Vel::makePtr<Entry>(id);
-      if (present && kind == ChangeKind::patch) {
-         for (auto const& attribute : Attributes) attribute.assign(*wanted, **present);
-      }
-      readInto(in, *wanted);
+      auto const wanted = Objects::wanted(in, present, id, kind);
       if (!present) {
          home.put(id, wanted);
          return true;
@@ -58,6 +57,16 @@ struct Objects {
       return names;
    }();
 
+   /// The entry as it is to be.
+   static Vel::Ptr<Entry> wanted(DocumentReader& in, Member const* present, Id const& id, ChangeKind kind) {
+      auto const entry = Vel::makePtr<Entry>(id);
+      if (present && kind == ChangeKind::patch) {
+         for (auto const& attribute : Attributes) attribute.assign(*entry, **present);
+      }
+      readInto(in, *entry);
+      return entry;
+   }
+
    static void readInto(DocumentReader& in, Entry& entry) {
       in.members(kNames, "attribute", [&](std::size_t index) {
          auto const& attribute = Attributes[index];
@@ -76,7 +85,10 @@ struct Values {
    using Id = Key;
    using Member = typename Form::Value;
 
-   static void check(DocumentReader& in, Id const& /*id*/) { taken(in); }
+   template <class Home>
+   static void check(DocumentReader& in, Home const& /*home*/, Id const& /*id*/, ChangeKind /*kind*/) {
+      taken(in);
+   }
 
    template <class Home>
    static bool apply(DocumentReader& in, Home& home, Id const& id, ChangeKind /*kind*/) {
@@ -102,13 +114,13 @@ class TypedChanges : public CollectionChanges {
  public:
    explicit TypedChanges(Home& home) : home_(home) {}
 
-   void check(DocumentReader& in, std::string_view text) override {
+   void check(DocumentReader& in, std::string_view text, ChangeKind kind) override {
       Id const id = in.idFrom<Id>(text);
       if (entries_.contains(id)) in.refuse(fmt::format("this names the entry {} a second time", id.valueToStrep()));
       in.kind();  // steps over the space in front of the value
       std::size_t const begin = in.position();
       bool const goes = in.takeNull();
-      if (!goes) Content::check(in, id);
+      if (!goes) Content::check(in, home_, id, kind);
       entries_.insertOrAssign(id, goes ? kGoes : begin);
    }
 

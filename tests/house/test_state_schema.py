@@ -66,6 +66,8 @@ def loosened(schema):
         result["propertyNames"] = {"$ref": "state.schema.json" + schema["propertyNames"]["$ref"]}
     if "properties" in schema:
         result["properties"] = {name: loosened(value) for name, value in schema["properties"].items()}
+    if "maxProperties" in schema:   # as many to be removed and as many to come
+        result["maxProperties"] = 2 * schema["maxProperties"]
     more = schema["additionalProperties"]
     result["additionalProperties"] = loosened(more) if more else False
     return result
@@ -91,7 +93,9 @@ ACCEPTED = [
     ("subTunnelStatus", {"cli:a": {"activePath": {}}}),
     ("subTunnelStatus", {"cli:a": {"activePath": {"1": "0.0.0.0", "2": "255.255.255.255", "4294967295": "10.0.0.1"}}}),
     ("subTunnelStatus", {"cli:a": {"activePath": {"1": "2001:db8::1", "2": "::", "3": "::ffff:10.0.0.1"}}}),
+    ("subTunnelStatus", {"cli:a": {"activePath": {str(index): "10.0.0.1" for index in range(1, 257)}}}),
     ("lspRequestStatus", {"cli:to-rome#2@secondary.7": {"errors": []}}),
+    ("lspRequestStatus", {REQUEST: {"errors": [{"code": 1, "value": 2}] * 64}}),
     ("lspRequestStatus", {REQUEST: {"errors": [{"code": 255, "value": 65535}, {"code": 0, "value": 0}]}}),
     ("spIdForLspRequestConfigId", {REQUEST: "255.255.255.255/65535/0.0.0.0/4294967295"}),
     ("spIdForLspRequestConfigId", {REQUEST: "10.0.0.9/0/10.0.0.1/0"}),
@@ -113,6 +117,9 @@ def test_accepted(collection, content):
 REFUSED = [
     ("an unknown collection", "pathSpecs", {}),
     ("a collection that is not an object", "pathSpec", []),
+    ("a path of too many hops", "subTunnelStatus",
+     {"cli:a": {"activePath": {str(index): "10.0.0.1" for index in range(1, 514)}}}),
+    ("too many errors", "lspRequestStatus", {REQUEST: {"errors": [{"code": 1, "value": 2}] * 65}}),
     ("an entry that is not an object", "pathSpec", {"cli:gold": "explicit"}),
     ("an unknown attribute", "pathSpec", {"cli:gold": {"hops": 3}}),
     ("an unknown path spec type", "pathSpec", {"cli:gold": {"type": "loose"}}),

@@ -244,5 +244,26 @@ TEST(Closest, FindsWhatWasProbablyMeant) {
    }
 }
 
+TEST(JsonReader, WhatWouldTakeLongToReadIsRefused) {
+   auto const textOf = [](std::size_t octets) {
+      std::string const text = '"' + std::string(octets, 'x') + '"';
+      return errorOf([&] { JsonReader(text).text(); });
+   };
+   EXPECT_EQ(textOf(32768), "");
+   EXPECT_EQ(textOf(32769), "/: the text has more than 32768 octets");
+   std::string const name = "{\"" + std::string(32769, 'x') + "\": 1}";
+   EXPECT_EQ(errorOf([&] {
+                JsonReader in(name);
+                takeAny(in);
+             }),
+             "/: the text has more than 32768 octets");
+   auto const numberOf = [](std::size_t digits) {
+      std::string const text(digits, '9');
+      return errorOf([&] { JsonReader(text).number(); });
+   };
+   EXPECT_EQ(numberOf(128), "");
+   EXPECT_EQ(numberOf(129), "/: the number has more than 128 characters");
+}
+
 }  // namespace
 }  // namespace Store

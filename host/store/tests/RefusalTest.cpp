@@ -232,8 +232,10 @@ TEST_F(StoreTest, ALongNameIsNoErrorAndATooLongOneIsAShortMessage) {
    EXPECT_EQ(
          patch({{"spIdForLspRequestConfigId", {{"controller:" + encoded + "#4294967295@secondary.4294967295", kSp}}}}),
          1U);
-   EXPECT_THAT(refusal(Json{{"pathSpec", {{"cli:" + std::string(10'000'000, 'x'), nullptr}}}}.dump()),
-               ::testing::EndsWith(": this is too long for an id: 10000004 octets, at most 3136"));
+   EXPECT_THAT(refusal(Json{{"pathSpec", {{"cli:" + std::string(30'000, 'x'), nullptr}}}}.dump()),
+               ::testing::EndsWith(": this is too long for an id: 30004 octets, at most 3136"));
+   EXPECT_EQ(refusal(Json{{"pathSpec", {{"cli:" + std::string(10'000'000, 'x'), nullptr}}}}.dump()),
+             "/pathSpec: the text has more than 32768 octets");
    EXPECT_LT(refusal(Json{{"subTunnelStatus", {{"cli:a", {{"activeLsp", std::string(3000, '.')}}}}}}.dump()).size(),
              700U);
 }
@@ -271,8 +273,58 @@ TEST_F(StoreTest, DepthAndSizeDoNotMatter) {
    EXPECT_EQ(refusal(R"({"lspRequestStatus": {"cli:a@primary.1": {"errors": )" + deep),
              "/lspRequestStatus/cli:a@primary.1/errors/0: expected an object but found an array");
    EXPECT_EQ(refusal(std::string(5'000'000, ' ')), "line 1, column 5000001: the text is empty");
-   EXPECT_EQ(refusal(std::string(1'000'000, '9')), "/: expected an object but found " + std::string(120, '9') + "...");
-   EXPECT_EQ(refusal("\"" + std::string(10'000'000, 'x')), "line 1, column 10000002: the text ends too early");
+   EXPECT_EQ(refusal(std::string(1'000'000, '9')), "/: the number has more than 128 characters");
+   EXPECT_EQ(refusal("\"" + std::string(10'000'000, 'x')), "/: the text has more than 32768 octets");
+}
+
+// ---- What an entry may hold
+
+std::string hops(unsigned first, unsigned count, char const* address = R"("10.0.0.1")") {
+   std::string text;
+   for (unsigned index = first; index < first + count; ++index) {
+      text += fmt::format("{}\"{}\": {}", text.empty() ? "" : ", ", index, address);
+   }
+   return text;
+}
+
+std::string pathOf(std::string const& hops) {
+   return R"({"subTunnelStatus": {"cli:a": {"activePath": {)" + hops + "}}}}";
+}
+
+TEST_F(StoreTest, APathHas256HopsAtMost) {
+   std::string const tooMany = "/subTunnelStatus/cli:a/activePath: the path has 257 hops, at most 256";
+   for (auto const kind : {ChangeKind::patch, ChangeKind::snapshot}) {
+      EXPECT_EQ(refusal(pathOf(hops(1, 257)), kind), tooMany);
+      EXPECT_EQ(refusal(pathOf(hops(4294967040, 256)), kind), "");
+   }
+}
+
+TEST_F(StoreTest, AlsoWhenTheyComeOneAfterAnother) {
+   EXPECT_EQ(refusal(pathOf(hops(1, 200))), "");
+   EXPECT_EQ(refusal(pathOf(hops(201, 56))), "");
+   std::string const before = store.document();
+   EXPECT_EQ(refusal(pathOf(hops(300, 1))), "/subTunnelStatus/cli:a/activePath: the path has 257 hops, at most 256");
+   EXPECT_EQ(store.document(), before);
+   EXPECT_EQ(refusal(pathOf(hops(300, 1) + ", " + hops(7, 1, "null"))), "") << "one comes and one goes";
+   EXPECT_EQ(refusal(pathOf(hops(300, 1)), ChangeKind::snapshot), "") << "a whole path";
+}
+
+TEST_F(StoreTest, AllHopsCanBeReplacedAtOnceAndNoMoreNamed) {
+   EXPECT_EQ(refusal(pathOf(hops(1, 256))), "");
+   EXPECT_EQ(refusal(pathOf(hops(1, 256, "null") + ", " + hops(1001, 256))), "");
+   EXPECT_EQ(refusal(pathOf(hops(1, 513, "null"))),
+             "/subTunnelStatus/cli:a/activePath/513: more than 512 hops are named");
+}
+
+TEST_F(StoreTest, AnLspRequestHas64ErrorsAtMost) {
+   auto const errors = [](unsigned count) {
+      std::string list;
+      for (unsigned i = 0; i < count; ++i)
+         list += i == 0 ? R"({"code": 1, "value": 2})" : R"(, {"code": 1, "value": 2})";
+      return R"({"lspRequestStatus": {"cli:a@primary.1": {"errors": [)" + list + "]}}}";
+   };
+   EXPECT_EQ(refusal(errors(64)), "");
+   EXPECT_EQ(refusal(errors(65)), "/lspRequestStatus/cli:a@primary.1/errors/64: there are more than 64 errors");
 }
 
 TEST_F(StoreTest, AfterARefusalTheNextPatchIsTaken) {

@@ -30,6 +30,8 @@ Connection::Connection(std::uint64_t id, int descriptor, Peer peer, ConnectionHo
 
 void Connection::handle(std::uint32_t events) {
    if (finished_) return;
+   // Both sides have been closed, not just the publisher's own.
+   if (events & (EPOLLERR | EPOLLHUP)) beDeaf();
    if (events & (EPOLLOUT | EPOLLERR | EPOLLHUP)) write();
    if (events & (EPOLLIN | EPOLLERR | EPOLLHUP | EPOLLRDHUP)) read();
    proceed();
@@ -70,11 +72,14 @@ void Connection::write() {
       pieceBegin_ = 0;
       if (++piece_ == state_->size()) state_ = nullptr;
    }
-   if (deaf_) {
-      out_ = std::string();
-      outBegin_ = 0;
-      state_ = nullptr;
-   }
+   if (deaf_) beDeaf();
+}
+
+void Connection::beDeaf() {
+   deaf_ = true;
+   out_ = std::string();
+   outBegin_ = 0;
+   state_ = nullptr;
 }
 
 void Connection::answer(std::string_view line) {
@@ -134,7 +139,7 @@ void Connection::takeLines() {
       std::string line;
       auto const next = lines_.next(line);
       if (next == LineBuffer::Next::line) {
-         if (isBlank(line)) continue;
+         if (isBlank(line) || (deaf_ && isQuestion(line))) continue;
          busy_ = true;
          return holder_.lineCame(*this, std::move(line));
       }

@@ -37,8 +37,8 @@ class ConnectionHolder {
 /// One publisher's connection: reads lines, one at a time, and writes the answers. Is not read while a line of it is
 /// under way, nor while its answers are not read.
 ///
-/// A publisher may close its side and still read the answers. When it has gone altogether, the lines that came whole
-/// are carried out all the same.
+/// A publisher may close its side and still read the answers. When it has gone altogether, the documents that came
+/// whole are carried out all the same; its questions are passed over.
 class Connection {
  public:
    using Clock = std::chrono::steady_clock;
@@ -58,11 +58,14 @@ class Connection {
    void handle(std::uint32_t events);
    /// The answer to the line under way, with its line end.
    void answer(std::string_view line);
+   /// The state, or null when it was not written since `deaf`.
    void answerState(std::shared_ptr<Pieces const> text);
    void largeLineMayCome();
    /// Ends the connection, with a last line.
    void cutOff(std::string_view line);
 
+   /// Whether its publisher has gone altogether, and no answer can reach it.
+   bool deaf() const { return deaf_; }
    /// Whether nothing is left to be done: it is to be destroyed.
    bool finished() const { return finished_; }
 
@@ -84,6 +87,7 @@ class Connection {
    void updateEvents();
    void letLargeLineGo();
    void refuseLine(std::string const& why);
+   void beDeaf();
    std::size_t unread() const { return out_.size() - outBegin_; }
    bool writing() const { return !deaf_ && (unread() != 0 || state_); }
    bool mayTakeLine() const { return !busy_ && !state_ && (deaf_ || unread() < limits_.unread); }

@@ -25,6 +25,10 @@ struct Request {
 /// Reads a line as far as is needed to know what it is. What it may change is checked by the store.
 Request requestFrom(std::string line);
 
+/// Whether a line is an object that asks for something else than a change: its first name begins with "$", and is not
+/// "$replace". Does not read on.
+bool isQuestion(std::string_view line);
+
 /// Whether a line holds nothing: such a line is not answered.
 bool isBlank(std::string_view line);
 

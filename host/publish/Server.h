@@ -14,6 +14,7 @@
 #include "host/publish/Access.h"
 #include "host/publish/Connection.h"
 #include "host/publish/Limits.h"
+#include "host/publish/Request.h"
 #include "host/publish/SocketFile.h"
 #include "host/publish/StateText.h"
 #include "host/store/ChangeQueue.h"
@@ -35,8 +36,9 @@ struct Handlers {
 /// Publishing over a unix stream socket (docs/state.md): takes lines from any number of publishers, puts their patches
 /// and documents into the store's queue, one of each publisher at a time, and answers each line.
 ///
-/// All its descriptors are behind one, which the host's loop is to watch. The work beside that is done in tasks of this
-/// thread's scheduler, and takes memory within bounds (Limits).
+/// All its descriptors are behind one, which the host's loop is to watch. A question takes its turn among questions,
+/// and all of them together no more than a part of each turn of the loop, so that nobody's document waits for them. All
+/// takes memory within bounds (Limits).
 class Server : private ConnectionHolder {
  public:
    struct Options {
@@ -87,8 +89,9 @@ class Server : private ConnectionHolder {
    void pauseAccepting();
    void resumeAccepting();
    void publish(Connection const& connection, Store::ChangeKind kind, std::string document);
-   void serve(Connection& connection, std::string line);
-   void runRequests(Orb::Task& task);
+   void serve(Connection& connection, Request const& question);
+   void serveQuestions();
+   void callAgain(bool again);
    Connection* find(Id id);
    void settle();
    bool somebodyWaits() const;
@@ -101,6 +104,7 @@ class Server : private ConnectionHolder {
    SocketFile file_;
    Loop::Descriptor const epoll_;
    Loop::Descriptor const timer_;
+   Loop::Descriptor const again_;  // readable while there are questions
    bool ticking_ = false;
    bool opened_ = false;
    bool paused_ = false;  // accepts nothing, for want of descriptors
@@ -112,13 +116,12 @@ class Server : private ConnectionHolder {
    std::list<Id> largeHeld_;
    std::deque<Id> largeWanted_;
 
-   // Lines that ask for something else than a change.
+   // Lines that ask for something else than a change, one of each connection at most.
    struct Asked {
       Id id;
-      std::string line;
+      Request question;
    };
    std::deque<Asked> asked_;
-   Vel::Ptr<Orb::Task> const task_;
    Status status_;
    std::shared_ptr<bool> const alive_ = std::make_shared<bool>(true);
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/publish/StateText.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "host/publish/Request.h"
@@ -15,8 +16,8 @@ constexpr std::size_t kStepsAtOnce = 8;
 
 }  // namespace
 
-void StateText::ask(Ready ready) {
-   asked_.push_back(std::move(ready));
+void StateText::ask(Asker asker) {
+   asked_.push_back(std::move(asker));
    proceed();
 }
 
@@ -32,6 +33,12 @@ bool StateText::write(Orb::Task& task) {
       writer_ = std::make_unique<Store::DocumentWriter>(store_, Store::kOneLine);
       pieces_ = std::make_shared<Pieces>(1, std::string(kStateBegin));
    }
+   if (std::ranges::none_of(waiting_, [](Asker const& asker) { return asker.wanted(); })) {
+      writer_ = nullptr;
+      pieces_ = nullptr;
+      finish(nullptr);
+      return true;
+   }
    while (true) {
       if (pieces_->back().size() >= kTextPiece) {
          pieces_->emplace_back();
@@ -44,9 +51,13 @@ bool StateText::write(Orb::Task& task) {
    writer_ = nullptr;
    std::shared_ptr<Pieces const> const text = std::exchange(pieces_, nullptr);
    text_ = text;
-   queued_ = false;
-   for (Ready const& ready : std::exchange(waiting_, {})) ready(text);
+   finish(text);
    return true;
+}
+
+void StateText::finish(std::shared_ptr<Pieces const> const& text) {
+   queued_ = false;
+   for (Asker const& asker : std::exchange(waiting_, {})) asker.ready(text);
 }
 
 }  // namespace Publish

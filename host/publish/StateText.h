@@ -21,15 +21,19 @@ using Pieces = std::vector<std::string>;
 /// when nobody holds the last one any more.
 class StateText {
  public:
-   using Ready = std::function<void(std::shared_ptr<Pieces const>)>;
+   struct Asker {
+      /// Whether somebody still waits for the answer. What nobody waits for is not written.
+      std::function<bool()> wanted;
+      /// Called once, from a task; with null when it is not wanted any more.
+      std::function<void(std::shared_ptr<Pieces const>)> ready;
+   };
 
    /// Both outlive it.
    StateText(Store::ChangeQueue& queue, Store::StateStore const& store) : queue_(queue), store_(store) {}
    StateText(StateText const&) = delete;
    StateText& operator=(StateText const&) = delete;
 
-   /// `ready` is called once, from a task.
-   void ask(Ready ready);
+   void ask(Asker asker);
    /// To be called when a text may have been let go.
    void proceed();
    /// Whether somebody waits for the last text to be let go.
@@ -37,14 +41,15 @@ class StateText {
 
  private:
    bool write(Orb::Task& task);
+   void finish(std::shared_ptr<Pieces const> const& text);
 
    Store::ChangeQueue& queue_;
    Store::StateStore const& store_;
-   std::vector<Ready> asked_;
+   std::vector<Asker> asked_;
    std::weak_ptr<Pieces const> text_;
 
    // Being written.
-   std::vector<Ready> waiting_;
+   std::vector<Asker> waiting_;
    std::unique_ptr<Store::DocumentWriter> writer_;
    std::shared_ptr<Pieces> pieces_;
    bool queued_ = false;

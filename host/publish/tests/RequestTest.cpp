@@ -53,6 +53,17 @@ TEST(Request, OtherRequestsAreRefusedWithTheReason) {
    EXPECT_THAT(refusedRequest("{\"$state\""), StartsWith("accepted")) << "the store refuses it";
 }
 
+TEST(Request, AQuestionIsKnownByItsFirstName) {
+   for (char const* const line :
+        {R"({"$status":null})", R"( { "$state" : null})", R"({"$trace":"x=1"})", R"({"$no")"}) {
+      EXPECT_TRUE(isQuestion(line)) << line;
+   }
+   for (char const* const line :
+        {"", "{", "[]", R"({"$replace":{}})", R"({"pathSpec":{"$status":null}})", R"("$status")"}) {
+      EXPECT_FALSE(isQuestion(line)) << line;
+   }
+}
+
 TEST(Request, EmptyLinesAreToldFromOthers) {
    for (char const* const line : {"", "\r", " \t\r"}) EXPECT_TRUE(isBlank(line));
    EXPECT_FALSE(isBlank(" {"));

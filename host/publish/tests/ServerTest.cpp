@@ -10,6 +10,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <list>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -87,7 +88,11 @@ class ServerTest : public ::testing::Test {
 
    void start(Limits limits = {}, Access access = {}) {
       server.emplace(Server::Options{{.path = path.string()}, std::move(access), limits}, queue, store,
-                     Handlers{.status = [] { return "{\"pid\":1}"; },
+                     Handlers{.status =
+                                    [this] {
+                                       ++statuses;
+                                       return "{\"pid\":1}";
+                                    },
                               .trace =
                                     [this](std::string const& levels) {
                                        if (levels.empty()) throw std::invalid_argument("which?");
@@ -151,6 +156,7 @@ class ServerTest : public ::testing::Test {
    std::vector<std::string> traces;
    std::vector<std::string> log;
    int documents = 0;
+   std::size_t statuses = 0;
    std::vector<std::string> refusals;
    std::chrono::microseconds slice{2000};
 };
@@ -240,6 +246,92 @@ TEST_F(ServerTest, PublishersTakeTurns) {
    EXPECT_LT(documents, 20) << "it did not wait for all that was there before";
    settle();
    EXPECT_EQ(documents, 201);
+}
+
+std::string questions(std::size_t count) {
+   std::string lines;
+   while (count-- > 0) lines += "{\"$status\":null}\n";
+   return lines;
+}
+
+TEST_F(ServerTest, QuestionsDoNotKeepADocumentWaiting) {
+   constexpr std::size_t kAskers = 20;
+   constexpr std::size_t kEach = 4000;
+   start();
+   std::list<Client> askers;
+   std::string const lines = questions(kEach);
+   for (std::size_t i = 0; i < kAskers; ++i) askers.emplace_back(path);
+   Client publisher(path);
+   settle();
+   std::vector<std::string_view> left(kAskers, lines);
+   auto const askOn = [&] {
+      std::size_t i = 0;
+      for (Client& asker : askers) {
+         left[i] = asker.sendSome(left[i]);
+         asker.receive();
+         ++i;
+      }
+   };
+   askOn();
+   ASSERT_TRUE(turnUntil([&] { return statuses > 100; }));
+   publisher.sendSome(patchOf("a"));
+   std::size_t const before = statuses;
+   ASSERT_TRUE(turnUntil([&] {
+      askOn();
+      return pathSpecs() == 1;
+   }));
+   EXPECT_LT(statuses - before, kAskers * kEach / 4) << "they ask on and on";
+   ASSERT_TRUE(turnUntil([&] {
+      askOn();
+      return statuses == kAskers * kEach;
+   })) << "and all are answered";
+}
+
+TEST_F(ServerTest, NorDoDocumentsKeepAQuestionWaiting) {
+   start();
+   Client publisher(path);
+   Client asker(path);
+   settle();
+   std::string patches;
+   for (int i = 0; i < 2000; ++i) patches += patchOf(std::to_string(i));
+   std::string_view left = patches;
+   left = publisher.sendSome(left);
+   ASSERT_TRUE(turnUntil([&] { return documents > 10; }));
+   asker.sendSome("{\"$status\":null}\n");
+   ASSERT_TRUE(turnUntil([&] {
+      left = publisher.sendSome(left);
+      publisher.receive();
+      return statuses == 1;
+   }));
+   EXPECT_LT(documents, 2000);
+}
+
+TEST_F(ServerTest, TheDeadAreNotAnswered) {
+   start();
+   std::list<Client> gone;
+   for (int i = 0; i < 20; ++i) gone.emplace_back(path);
+   settle();
+   int name = 0;
+   for (Client& client : gone) client.sendSome(questions(500) + patchOf(std::to_string(name++)) + questions(500));
+   gone.clear();
+   settle();
+   EXPECT_EQ(statuses, 0U);
+   EXPECT_EQ(pathSpecs(), 20U) << "but what they wanted done is done";
+   EXPECT_EQ(server->status().connections, 0U);
+}
+
+TEST_F(ServerTest, AlsoWhenTheyDieInTheirTurn) {
+   start();
+   std::list<Client> gone;
+   for (int i = 0; i < 20; ++i) gone.emplace_back(path);
+   settle();
+   for (Client& client : gone) client.sendSome(questions(1000));
+   ASSERT_TRUE(turnUntil([&] { return statuses > 0; }));
+   gone.clear();
+   std::size_t const before = statuses;
+   settle();
+   EXPECT_LT(statuses - before, 5000U) << "of 20,000";
+   EXPECT_EQ(server->status().connections, 0U);
 }
 
 TEST_F(ServerTest, WhoDoesNotReadItsAnswersIsNotReadEither) {

@@ -24,7 +24,9 @@ void ChangeQueue::add(Reading reading) {
 }
 
 void ChangeQueue::run(Orb::Task& task) {
-   while (!waiting_.empty()) {
+   while (over_ || !waiting_.empty()) {
+      if (!destroyLast(task)) return task.scheduleTask();
+      if (waiting_.empty()) return;
       Outcome outcome;
       try {
          if (!advance(task)) return task.scheduleTask();
@@ -32,13 +34,22 @@ void ChangeQueue::run(Orb::Task& task) {
       } catch (StateError const& error) {
          outcome.refusal = error.what();
       }
-      changes_ = nullptr;
+      over_ = std::move(changes_);
       Done const done = std::move(waiting_.front().done);
       waiting_.pop_front();
       if (done) done(outcome);
       // Whoever is told may add the next at once, and so for ever.
-      if (!waiting_.empty() && task.taskShouldYield()) return task.scheduleTask();
+      if ((over_ || !waiting_.empty()) && task.taskShouldYield()) return task.scheduleTask();
    }
+}
+
+/// Lets go of the document before; false when the slice is over before that is done.
+bool ChangeQueue::destroyLast(Orb::Task& task) {
+   while (over_ && !over_->destroySome()) {
+      if (task.taskShouldYield()) return false;
+   }
+   over_ = nullptr;
+   return true;
 }
 
 /// Goes on with the first document; false when the slice is over before it is done. Throws StateError.

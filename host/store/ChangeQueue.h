@@ -52,11 +52,13 @@ class ChangeQueue {
    };
 
    void run(Orb::Task& task);
+   bool destroyLast(Orb::Task& task);
    bool advance(Orb::Task& task);
 
    StateStore& store_;
    std::deque<Waiting> waiting_;  // the first is under way once there are changes
    std::unique_ptr<ChangeSet> changes_;
+   std::unique_ptr<ChangeSet> over_;  // the one before, on its way out
    Vel::Ptr<Orb::Task> const task_;
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/store/ChangeSet.h"
 
+#include <algorithm>
+
 #include "host/store/StateStore.h"
 #include "substrate/trel/Assert.h"
 
@@ -80,12 +82,16 @@ bool ChangeSet::applySome(std::size_t entries) {
 /// From the first collection to the last, and back again to the first.
 void ChangeSet::nextPart() {
    if (removing_) {
-      parts_[part_].changes = nullptr;  // here and not all at the end, which would take long
-      --part_;                          // behind the first it is beyond all
+      --part_;  // behind the first it is beyond all
    } else if (++part_ == parts_.size()) {
       removing_ = true;
       --part_;
    }
+}
+
+bool ChangeSet::destroySome() {
+   if (!in_.destroySome()) return false;
+   return std::ranges::all_of(parts_, [](Part const& part) { return part.changes->destroySome(); });
 }
 
 }  // namespace Store

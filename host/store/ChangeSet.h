@@ -32,6 +32,10 @@ class ChangeSet {
    /// `checkSome` has returned true.
    bool applySome(std::size_t entries = kAll);
 
+   /// Lets go of some of what it holds; true when nothing is left. It is then of no more use. To destroy a large one at
+   /// once would take long.
+   bool destroySome();
+
    /// Entries added, removed or changed so far.
    std::size_t changed() const { return changed_; }
 

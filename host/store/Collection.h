@@ -33,6 +33,8 @@ class CollectionChanges {
    virtual Step applyNext(DocumentReader& in, ChangeKind kind) = 0;
    /// Carries out the next removal.
    virtual Step removeNext() = 0;
+   /// Lets go of some of what it holds; true when nothing is left. It is then of no more use.
+   virtual bool destroySome() = 0;
 
  protected:
    bool othersGo_ = false;

@@ -57,6 +57,9 @@ class DocumentReader : public JsonReader {
                          meant.empty() ? "" : fmt::format("; \"{}\" is probably meant", meant)));
    }
 
+   /// Lets go of some of what it has kept of what it read; true when nothing is left. It is then of no more use.
+   bool destroySome() { return names_.destroySome(); }
+
  private:
    // Three octets for each of a name's, when all of it is percent-encoded, and the rest of an LSP request's id.
    static constexpr std::size_t kLongestId = 3 * 1024 + 64;

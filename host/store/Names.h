@@ -29,6 +29,9 @@ class Names {
       return id;
    }
 
+   /// See HashMap2018.
+   bool destroySome() { return names_.destroySome(); }
+
  private:
    Vel::HashMap2018<Vel::String, Vel::String> names_;
 };

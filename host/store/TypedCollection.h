@@ -11,6 +11,7 @@
 #include "host/store/Attribute.h"
 #include "host/store/Collection.h"
 #include "host/store/Home.h"
+#include "host/store/Limits.h"
 
 namespace Store {
 
@@ -120,7 +121,14 @@ class TypedChanges : public CollectionChanges {
       in.kind();  // steps over the space in front of the value
       std::size_t const begin = in.position();
       bool const goes = in.takeNull();
-      if (!goes) Content::check(in, home_, id, kind);
+      if (!goes) {
+         Content::check(in, home_, id, kind);
+         if (kind == ChangeKind::snapshot || !home_.find(id)) ++added_;
+         if (added_ + (kind == ChangeKind::snapshot ? 0 : home_.size()) > kMostEntries) {
+            in.refuse(fmt::format("with this the collection has more than {} entries", kMostEntries));
+         }
+      }
+      if (entries_.size() == kMostNamed) in.refuse(fmt::format("more than {} entries are named", kMostNamed));
       entries_.insertOrAssign(id, goes ? kGoes : begin);
    }
 
@@ -146,6 +154,8 @@ class TypedChanges : public CollectionChanges {
       return stepOf(entry->value == kGoes && home_.del(entry->key));
    }
 
+   bool destroySome() override { return entries_.destroySome(); }
+
  private:
    using Id = typename Home::Id;
    using Entries = Vel::HashMap2018<Id, std::size_t>;
@@ -155,6 +165,7 @@ class TypedChanges : public CollectionChanges {
    static constexpr std::size_t kGoes = ~std::size_t{0};
    Home& home_;
    Entries entries_;  // where the value of each entry begins in the document, or kGoes
+   std::size_t added_ = 0;
    typename Entries::Bookmark applied_ = 0;
    typename Entries::Bookmark removed_ = 0;
    typename Home::Cursor cursor_;

@@ -133,6 +133,16 @@ class HashMap2018 {
       firstLive_ = 0;
    }
 
+   /// Destroys some of the entries; true when none is left. For a large map that nobody needs any more, of which to
+   /// destroy all at once would take long. REQUIRES: nothing else is done with the map from the first call on.
+   bool destroySome() {
+      index_.reset();
+      slots_.truncate(slots_.size() - std::min<std::size_t>(slots_.size(), kDestroyedAtOnce));
+      live_ = 0;
+      firstLive_ = 0;
+      return slots_.empty();
+   }
+
    Iterator begin() const { return Iterator(this, firstLive_); }
    Iterator end() const { return Iterator(this, slots_.size()); }
    /// The first entry behind `bookmark`.
@@ -186,6 +196,7 @@ class HashMap2018 {
    static constexpr std::size_t kAbsent = ~std::size_t{0};
    static constexpr std::size_t kUnindexed = 8;
    static constexpr std::size_t kUndivided = 4096;
+   static constexpr std::size_t kDestroyedAtOnce = 1024;
 
    std::size_t locate(K const& key) const {
       if (index_) {

@@ -89,5 +89,18 @@ TEST_F(ChangeSetDeathTest, ApplyingWhatIsNotCheckedIsAProgrammingError) {
    EXPECT_DEATH(ChangeSet(store, ChangeKind::patch, "{}").applySome(), "a change set is applied before it is checked");
 }
 
+TEST_F(StoreTest, ALargeChangeSetIsLetGoInSteps) {
+   Json entries = Json::object();
+   for (int i = 0; i < 5000; ++i) entries["cli:" + std::to_string(i)] = Json::object();
+   auto changes = std::make_unique<ChangeSet>(store, ChangeKind::patch, Json{{"pathSpec", entries}}.dump());
+   changes->checkSome();
+   changes->applySome();
+   int steps = 1;
+   while (!changes->destroySome()) ++steps;
+   EXPECT_GT(steps, 5) << "names and entries";
+   EXPECT_LT(steps, 30);
+   EXPECT_EQ(store.collections().front()->size(), 5000U) << "what was applied stays";
+}
+
 }  // namespace
 }  // namespace Store

@@ -327,6 +327,24 @@ TEST_F(StoreTest, AnLspRequestHas64ErrorsAtMost) {
    EXPECT_EQ(refusal(errors(65)), "/lspRequestStatus/cli:a@primary.1/errors/64: there are more than 64 errors");
 }
 
+TEST_F(StoreTest, ACollectionHas262144EntriesAtMost) {
+   auto const entries = [](unsigned first, unsigned count, char const* value) {
+      std::string text = R"({"tunnelIndexForTunnelSpecId": {)";
+      for (unsigned i = first; i < first + count; ++i) {
+         text += fmt::format("{}\"cli:{}\":{}", i == first ? "" : ",", i, value);
+      }
+      return text + "}}";
+   };
+   EXPECT_EQ(refusal(entries(1, 262145, "1"), ChangeKind::snapshot),
+             "/tunnelIndexForTunnelSpecId/cli:262145: with this the collection has more than 262144 entries");
+   EXPECT_EQ(refusal(entries(1, 262144, "1")), "");
+   EXPECT_EQ(refusal(entries(262145, 1, "1")),
+             "/tunnelIndexForTunnelSpecId/cli:262145: with this the collection has more than 262144 entries");
+   EXPECT_EQ(refusal(entries(7, 1, "2")), "") << "what is there may change";
+   EXPECT_EQ(refusal(entries(1, 1, "null")), "");
+   EXPECT_EQ(refusal(entries(262145, 1, "1")), "") << "there is room again";
+}
+
 TEST_F(StoreTest, AfterARefusalTheNextPatchIsTaken) {
    EXPECT_NE(refusal("{"), "");
    EXPECT_EQ(patch({{"pathSpec", {{"cli:gold", Json::object()}}}}), 1U);

@@ -22,12 +22,16 @@ function(mplste_target name)
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique -fpch-preprocess>)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   if(MPLSTE_SANITIZE)
-    target_compile_options(${name} PRIVATE -O0 -g1 -fno-omit-frame-pointer
+    # Fuzzing wants speed; compiling the tests quickly is what counts otherwise.
+    target_compile_options(${name} PRIVATE $<IF:$<BOOL:${MPLSTE_FUZZ}>,-O1,-O0> -g1 -fno-omit-frame-pointer
       -fsanitize=address,undefined -fno-sanitize-recover=all
       # A null pointer ends in a signal that AddressSanitizer reports, and only the code in C takes octets for something
       # else: to check every access for both would take a third of the compiler's time.
       $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize=null,alignment>)
     target_link_options(${name} PRIVATE -fsanitize=address,undefined)
+    if(MPLSTE_FUZZ)
+      target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
   else()
     # What is shipped does not tell where it was built.
     target_compile_options(${name} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
 """mplste doctor finds what keeps managers from seeing the tunnels, and prints the lines that mend it."""
 
-import json
 import os
 import pwd
 import re

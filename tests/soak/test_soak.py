@@ -6,7 +6,6 @@ tables are those of a fresh start, and nothing has grown."""
 
 import contextlib
 import json
-import os
 import random
 import resource
 import signal

@@ -6,6 +6,10 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+# Not every processor has it.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection MPLSTE_CF_PROTECTION)
+
 find_program(CCACHE ccache)
 if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   # A precompiled header is known by what it was made of.
@@ -33,8 +37,13 @@ function(mplste_target name)
       target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
   else()
-    # What is shipped does not tell where it was built.
-    target_compile_options(${name} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    # What is shipped does not tell where it was built, and is hard to take over by what it has overlooked: buffers and
+    # the stack are guarded, and what the loader has filled in is not written any more.
+    target_compile_options(${name} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
+      -fstack-protector-strong -fstack-clash-protection $<$<BOOL:${MPLSTE_CF_PROTECTION}>:-fcf-protection>
+      $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+    target_link_options(${name} PRIVATE LINKER:-z,relro,-z,now,-z,noexecstack
+      $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie>)
   endif()
 endfunction()
 

@@ -20,6 +20,8 @@ void RsvpSnmpSubTunnelStatusSm::createReconciliationTasks() {
                                                           fmt::format("RsvpSnmpSubTunnelStatusSm-{}Task", output.name),
                                                           [this, run](Orb::Task&) {
                                                              Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
+                                                             // The analyzer takes what was captured for null.
+                                                             // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage)
                                                              (this->*run)();
                                                           });
    };

@@ -7,7 +7,6 @@ tables are those of a fresh start, and nothing has grown."""
 import contextlib
 import json
 import random
-import resource
 import signal
 import struct
 import threading
@@ -84,10 +83,11 @@ class Clock:
             file.write(struct.pack("q", seconds))
 
 
-def limited(process):
-    resource.prlimit(process.pid, resource.RLIMIT_NOFILE, (DESCRIPTORS, DESCRIPTORS))
-    if not SANITIZED:
-        resource.prlimit(process.pid, resource.RLIMIT_AS, (MEMORY, MEMORY))
+def limited(mplsted):
+    """The same mplsted with little to spare, from its start on."""
+    memory = [] if SANITIZED else [f"--as={MEMORY}"]
+    mplsted.command = ["prlimit", f"--nofile={DESCRIPTORS}", *memory, *mplsted.command]
+    return mplsted
 
 
 class Steady:
@@ -96,8 +96,8 @@ class Steady:
     def __init__(self, folder, clock):
         folder.mkdir()
         self.path = folder / "publish.sock"
-        self.mplsted = Mplsted(folder, "--publish", self.path, file=False, access=ACCESS, **clock.variables).start()
-        limited(self.mplsted.process)
+        self.mplsted = limited(Mplsted(folder, "--publish", self.path, file=False, access=ACCESS,
+                                       **clock.variables)).start()
         self.publisher = Publisher(self.path)
         self.churn = Churn(SEED)
         self.longest = 0.0

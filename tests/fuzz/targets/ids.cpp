@@ -54,13 +54,12 @@ void readAddress(std::string const& text) {
    }
 }
 
+/// Whether the JSON library, which either replaces or leaves out what is none, finds nothing to do.
 bool isUtf8(std::string const& text) {
-   try {
-      (void)nlohmann::json(text).dump();
-      return true;
-   } catch (nlohmann::json::exception const&) {
-      return false;
-   }
+   using Json = nlohmann::json;
+   Json const json = text;
+   return json.dump(-1, ' ', false, Json::error_handler_t::replace) ==
+          json.dump(-1, ' ', false, Json::error_handler_t::ignore);
 }
 
 void readName(std::string const& name) {

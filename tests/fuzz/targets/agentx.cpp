@@ -5,15 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "host/daemon/AgentXMessages.h"
+#include "host/agentx/Messages.h"
 #include "tests/fuzz/targets/Fuzz.h"
 
 namespace {
 
 using Fuzz::check;
-using namespace Daemon;
+using namespace AgentX;
 
-constexpr std::size_t kHeader = 20;
 constexpr std::uint64_t k32 = 0xffffffff;
 
 /// What was sent to the master, of the last message.
@@ -76,7 +75,7 @@ void answer(netsnmp_session* session, netsnmp_pdu& pdu) {
    std::size_t capacity = 64;
    std::size_t length = 0;
    auto* buffer = static_cast<u_char*>(malloc(capacity));
-   if (buildAgentX(session, &pdu, &buffer, &capacity, &length) == 0) {
+   if (buildAgentX(session, &pdu, &buffer, &capacity, &length) == 0 && length > 0) {
       check(length <= kLongestAgentXMessage, "an answer is no longer than a message may be");
       check(checkAgentX(buffer, length) == static_cast<int>(length), "an answer is one message");
       Pdu const again(snmp_pdu_create(0));

@@ -399,4 +399,15 @@ TEST_P(HashMap2018ModelTest, agreesWithTheModelWhileVisitsAndChangesAlternate) {
    }
 }
 
+TEST(HashMap2018Test, aMapThatNobodyNeedsAnyMoreIsDestroyedInSteps) {
+   for (std::uint32_t const size : {0U, 1U, 8U, 1024U, 1025U, 10000U}) {
+      Map map;
+      for (std::uint32_t key = 0; key < size; ++key) map.insertOrAssign(key, key);
+      std::uint32_t steps = 1;
+      while (!map.destroySome()) ++steps;
+      EXPECT_EQ(steps, std::max(1U, (size + 1023) / 1024)) << size;
+      EXPECT_TRUE(map.empty());
+   }
+}
+
 }  // namespace

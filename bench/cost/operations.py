@@ -103,7 +103,6 @@ def dearest(subject, random):
                                            endless(lambda row: f"{column}.{index_text(absent(row))}")),
         "GETBULK of the last rows": filled(lambda *oids: wire.get_bulk(2**31 - 1, *oids),
                                            [f"{column}.{index_text(subject.rows[-2])}"] * 20),
-        "GETBULK of one column in v1": ber.message(ber.GETBULK, [(high, ber.NULL)], version=ber.V1, third=100),
     }
 
 

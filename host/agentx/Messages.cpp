@@ -59,7 +59,9 @@ void maskSubidentifiers(netsnmp_variable_list* variables) {
 int checkAgentX(u_char* data, std::size_t length) {
    constexpr int longest = 1 << 20;
    int const size = agentx_check_packet(data, length);
-   return size <= longest ? size : -1;
+   // net-snmp adds the header to the length of the payload in 32 bits.
+   bool const hasWrapped = length >= kHeader && size < static_cast<int>(kHeader);
+   return size <= longest && !hasWrapped ? size : -1;
 }
 
 int parseAgentX(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, std::size_t length) {

@@ -82,6 +82,14 @@ void makeReadOnly() {
    }
 }
 
+/// SNMPv1 has no GETBULK (RFC 1157). net-snmp answers one all the same, and where it meets a Counter64 on its way it
+/// never ends, or loses memory. Such a message is dropped, as one that is nobody's.
+int refuseGetBulkOfV1(int /*major*/, int /*minor*/, void* parameters, void* /*data*/) {
+   auto& view = *static_cast<view_parameters*>(parameters);
+   if (view.pdu->version == SNMP_VERSION_1 && view.pdu->command == SNMP_MSG_GETBULK) view.errorcode = VACM_NOACCESS;
+   return SNMPERR_SUCCESS;
+}
+
 }  // namespace
 
 SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog, Log& log) {
@@ -98,6 +106,9 @@ SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog
    netSnmpLog.keep();
    init_snmp(kName);
    makeReadOnly();
+   // Behind the one that looks into the configuration, whose verdict would be the last otherwise.
+   netsnmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_ACM_CHECK_INITIAL, refuseGetBulkOfV1, nullptr,
+                             NETSNMP_CALLBACK_LOWEST_PRIORITY);
    try {
       for (std::string const& complaint : configuration.checked(netSnmpLog.kept())) log.warn(complaint);
    } catch (...) {

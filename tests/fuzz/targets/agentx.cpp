@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Messages of an AgentX master, octet by octet: how long they are, what they say, and how they are answered.
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "host/agentx/MessageCheck.h"
 #include "host/agentx/Messages.h"
 #include "tests/fuzz/targets/Fuzz.h"
 
@@ -31,7 +33,7 @@ netsnmp_session* makeSession() {
    auto* const transport = static_cast<netsnmp_transport*>(calloc(1, sizeof(netsnmp_transport)));
    transport->sock = -1;
    transport->flags = NETSNMP_TRANSPORT_FLAG_STREAM;
-   transport->msgMaxSize = kLongestAgentXMessage;
+   transport->msgMaxSize = MessageLimits::kOctets;
    transport->f_send = send;
    netsnmp_session session;
    snmp_sess_init(&session);
@@ -48,11 +50,13 @@ struct FreePdu {
 using Pdu = std::unique_ptr<netsnmp_pdu, FreePdu>;
 
 void checkName(oid const* name, std::size_t length) {
+   check(length <= MessageLimits::kSubidentifiers, "names are no longer than what has room for them");
    check(std::all_of(name, name + length, [](oid subidentifier) { return subidentifier <= k32; }),
          "sub-identifiers have 32 bits");
 }
 
-void checkVariables(netsnmp_pdu const& pdu) {
+void checkRead(netsnmp_pdu const& pdu) {
+   check(!pdu.community || std::memchr(pdu.community, 0, pdu.community_len) == nullptr, "a context holds no NUL");
    for (auto const* variable = pdu.variables; variable; variable = variable->next_variable) {
       checkName(variable->name, variable->name_length);
       bool const isName = variable->type == ASN_OBJECT_ID || variable->type == ASN_PRIV_INCL_RANGE ||
@@ -66,7 +70,7 @@ void answer(netsnmp_session* session, netsnmp_pdu& pdu) {
    pdu.command = kAgentXResponse;
    pdu.errstat = SNMP_ERR_NOERROR;
    pdu.errindex = 0;
-   pdu.msgMaxSize = kLongestAgentXMessage;
+   pdu.msgMaxSize = MessageLimits::kOctets;
    // What a manager is told where there is nothing.
    for (auto* variable = pdu.variables; variable; variable = variable->next_variable) {
       bool const isRange = variable->type == ASN_PRIV_INCL_RANGE || variable->type == ASN_PRIV_EXCL_RANGE;
@@ -76,7 +80,7 @@ void answer(netsnmp_session* session, netsnmp_pdu& pdu) {
    std::size_t length = 0;
    auto* buffer = static_cast<u_char*>(malloc(capacity));
    if (buildAgentX(session, &pdu, &buffer, &capacity, &length) == 0 && length > 0) {
-      check(length <= kLongestAgentXMessage, "an answer is no longer than a message may be");
+      check(length <= MessageLimits::kOctets, "an answer is no longer than a message may be");
       check(checkAgentX(buffer, length) == static_cast<int>(length), "an answer is one message");
       Pdu const again(snmp_pdu_create(0));
       check(parseAgentX(session, again.get(), buffer, length) == SNMP_ERR_NOERROR, "an answer can be read");
@@ -96,6 +100,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
    // Copies of the very size, so that reading behind the end is noticed.
    std::vector<u_char> octets(data, data + size);
    int const length = checkAgentX(octets.data(), octets.size());
+   if (size >= kHeader) check(length < 0 || length >= static_cast<int>(kHeader), "a message has a header at least");
    if (length < static_cast<int>(kHeader) || static_cast<std::size_t>(length) > size) return 0;
    octets.resize(static_cast<std::size_t>(length));
    octets.shrink_to_fit();
@@ -104,7 +109,7 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
    Pdu const pdu(snmp_pdu_create(0));
    if (parseAgentX(session, pdu.get(), octets.data(), octets.size()) == SNMP_ERR_NOERROR) {
       check(sent().empty(), "what can be read is not answered at once");
-      checkVariables(*pdu);
+      checkRead(*pdu);
       answer(session, *pdu);
    } else if (!sent().empty()) {
       check(isRequest(octets[1]), "a request is answered");

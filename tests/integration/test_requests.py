@@ -197,7 +197,8 @@ def test_no_request_walks_through_the_rows(tmp_path):
     """Whatever an index names, its row is looked up: net-snmp's iterator, which walks, is not asked."""
     with Mplsted(tmp_path, "--trace", "mplsTeStdMIB=2") as daemon:
         reader = Manager(daemon.address)
-        for table, index in ((TUNNEL, "1.1.1.1"), (PERF, "65536.1.1.1"), (HOP, "1.1.99"), (TUNNEL, "12"), (HOP, "9.9.9.9")):
+        for table, index in ((TUNNEL, "1.1.1.1"), (PERF, "65536.1.1.1"), (HOP, "1.1.99"), (TUNNEL, "12"),
+                             (HOP, "9.9.9.9")):
             assert reader.value(f"{table}.5.{index}") == (NO_SUCH_INSTANCE, None)
             reader.get_next(f"{table}.5.{index}")
         reader.close()
@@ -219,8 +220,5 @@ def test_with_net_snmps_own_handlers_the_answers_are_the_same(tmp_path, manager)
 def test_a_getbulk_of_snmpv1_is_dropped(manager):
     """There is none in RFC 1157; net-snmp's agent never ends over one that meets a Counter64."""
     manager.send(ber.message(ber.GETBULK, [(f"{PERF}.2", ber.NULL)], 77, version=ber.V1, third=20))
-    assert manager.get_next(f"{PERF}.2").varbinds[0][0] == f"{PERF}.2.{ROW}", "and the next message is answered"
-    manager.socket.setblocking(False)
-    with pytest.raises(BlockingIOError):
-        manager.socket.recv(65536)
-    manager.socket.settimeout(5)
+    manager.send(ber.message(ber.GETNEXT, [(f"{PERF}.2", ber.NULL)], 78))
+    assert ber.Response(manager.socket.recv(65536)).request_id == 78, "what comes is the answer to the next message"

@@ -270,6 +270,39 @@ TEST_F(NotificationTest, aHandlerMayChangeTheNotifierAgain) {
    EXPECT_EQ(visit(), (Log{"a", "a", "b", "late", "b"}));
 }
 
+TEST_F(NotificationTest, aNotifierThatIsSwitchedOffWhileItVisitsDeliversNoFurther) {
+   auto const a = listenAs("a", [&] { notifier_->hasNotificationActiveIs(false); });
+   auto const b = listenAs("b");
+   EXPECT_EQ(visit(), (Log{"a"}));
+   notifier_->hasNotificationActiveIs(true);
+   a->isRegisteredNotifieeIs(false);
+   EXPECT_EQ(visit(), (Log{"b"}));
+}
+
+TEST_F(NotificationTest, whatReactorsAreBeingToldOfCanBeAskedFor) {
+   constexpr AttributeId kMember = 77;
+   std::vector<int> told;
+   int depth = 0;
+   auto const a = listenAs("a", [&] {
+      if (depth++ == 0) {
+         notifier_->visit(kMember + 1, 9);
+         notifier_->visit(kMember, 2);
+      }
+      told = notifier_->membersBeingTold<int>(kMember);
+   });
+   notifier_->visit(kMember, 1);
+   EXPECT_EQ(told, (std::vector<int>{1}));
+   depth = 0;
+   a->isRegisteredNotifieeIs(false);
+   auto const b = listenAs("b", [&] {
+      if (depth++ == 0) return notifier_->visit(kMember, 2);
+      told = notifier_->membersBeingTold<int>(kMember);
+   });
+   notifier_->visit(kMember, 1);
+   EXPECT_EQ(told, (std::vector<int>{1, 2}));
+   EXPECT_TRUE(notifier_->membersBeingTold<int>(kMember).empty());
+}
+
 TEST_F(NotificationTest, retiringInsideANestedVisitCountsForTheOuterOne) {
    Ptr<Listener> b;
    Ptr<Listener> c;

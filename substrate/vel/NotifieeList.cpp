@@ -18,7 +18,7 @@ std::uint64_t lastSerial = 0;
 class NotifieeList::Visit {
  public:
    Visit(NotifieeList& list, AttributeId attribute, void const* key, PtrInterface::MemberHasher hasher)
-         : list_(list), nextPlain_(list.plain_.begin()), outer_(innermost) {
+         : list_(list), attribute_(attribute), key_(key), nextPlain_(list.plain_.begin()), outer_(innermost) {
       if (KeyedReactors* const keyed = list.keyed_.get(); keyed && !keyed->inOrder.empty()) {
          if (key && !keyed->wantAllKeys()) {
             keyedOnes_ = KeyedOnes::ofMember;
@@ -48,6 +48,14 @@ class NotifieeList::Visit {
    /// A reactor is about to leave its list.
    static void leaving(NotifieeConst& reactor) {
       for (Visit* visit = innermost; visit; visit = visit->outer_) visit->step(reactor);
+   }
+   static std::vector<void const*> keys(NotifieeList const& list, AttributeId attribute) {
+      std::vector<void const*> found;
+      for (Visit* visit = innermost; visit; visit = visit->outer_) {
+         if (&visit->list_ == &list && visit->attribute_ == attribute && visit->key_) found.push_back(visit->key_);
+      }
+      std::ranges::reverse(found);
+      return found;
    }
    static void ended(NotifieeList const& list) {
       for (Visit* visit = innermost; visit; visit = visit->outer_) {
@@ -84,6 +92,8 @@ class NotifieeList::Visit {
    static inline Visit* innermost = nullptr;  // of the whole process, so that a list need not have a place for it
 
    NotifieeList& list_;
+   AttributeId attribute_;
+   void const* key_;
    List::iterator nextPlain_;
    List::iterator nextKeyed_;
    KeyedOnes keyedOnes_ = KeyedOnes::none;
@@ -111,6 +121,10 @@ void NotifieeList::unlink(std::span<KeyInterest> interests) {
 }
 
 NotifieeList::~NotifieeList() { clear(); }
+
+std::vector<void const*> NotifieeList::keysBeingTold(AttributeId attribute) const {
+   return Visit::keys(*this, attribute);
+}
 
 void NotifieeList::letGo(List& list) {
    list.clear_and_dispose([](NotifieeConst* reactor) {
@@ -158,9 +172,10 @@ void NotifieeList::remove(NotifieeConst& reactor) {
    if (--known->reactors == 0) keyed_->classes.erase(known);
 }
 
-void NotifieeList::visit(AttributeId attribute, void const* key, PtrInterface::MemberHasher hasher) {
+void NotifieeList::visit(PtrInterface const& notifier, AttributeId attribute, void const* key,
+                         PtrInterface::MemberHasher hasher) {
    Visit visit(*this, attribute, key, hasher);
-   while (NotifieeConst* const next = visit.next()) {
+   while (NotifieeConst* const next = notifier.hasNotificationActive() ? visit.next() : nullptr) {
       Ptr<NotifieeConst> const reactor(next);
       ++reactorsRun;
       reactor->onAttribute(attribute, key);

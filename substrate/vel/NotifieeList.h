@@ -51,8 +51,11 @@ class NotifieeList {
    void unlink(std::span<KeyInterest> interests);
    /// Lets every reactor go.
    void clear();
-   /// Calls every reactor concerned that was registered before and still is when its turn comes.
-   void visit(AttributeId attribute, void const* key, PtrInterface::MemberHasher hasher);
+   /// Calls every reactor concerned that was registered before and still is when its turn comes, for as long as the
+   /// notifier's notification is on.
+   void visit(PtrInterface const& notifier, AttributeId attribute, void const* key, PtrInterface::MemberHasher hasher);
+   /// The keys of the visits under way for members of an attribute, innermost last.
+   std::vector<void const*> keysBeingTold(AttributeId attribute) const;
 
  private:
    using List = boost::intrusive::list<

@@ -38,7 +38,11 @@ void PtrInterface::visitKey(AttributeId attribute, void const* key, MemberHasher
    if (!notificationActive_ || !notifiees_) return;
    // A reactor may drop the last reference to its notifier.
    Ptr<PtrInterface const> const keep(this);
-   notifiees_->visit(attribute, key, hasher);
+   notifiees_->visit(*this, attribute, key, hasher);
+}
+
+std::vector<void const*> PtrInterface::keysBeingTold(AttributeId attribute) const {
+   return notifiees_ ? notifiees_->keysBeingTold(attribute) : std::vector<void const*>();
 }
 
 std::uint64_t PtrInterface::objectsLive() { return objectsMade.value() - objectsGone; }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "substrate/vel/Hasher.h"
 #include "substrate/vel/Ptr.h"
@@ -63,6 +64,15 @@ class PtrInterface {
                [](AttributeId id, void const* member) { return memberHash(id, *static_cast<K const*>(member)); });
    }
 
+   /// The members of a collection attribute that reactors are being told of right now, innermost last: a reactor that
+   /// is let go inside a notification may not have heard of them yet, and will not. Their keys are copied.
+   template <class K>
+   std::vector<K> membersBeingTold(AttributeId attribute) const {
+      std::vector<K> keys;
+      for (void const* const key : keysBeingTold(attribute)) keys.push_back(*static_cast<K const*>(key));
+      return keys;
+   }
+
    /// Counted objects that there are in the process: what has come back to its old number has leaked nothing.
    static std::uint64_t objectsLive();
 
@@ -81,6 +91,7 @@ class PtrInterface {
 
    void visitKey(AttributeId attribute, void const* key, MemberHasher hasher) const;
    NotifieeList& notifiees() const;
+   std::vector<void const*> keysBeingTold(AttributeId attribute) const;
 
    mutable RefCount refs_;
    bool notificationActive_ = false;

@@ -2,6 +2,7 @@
 #include "mib/MplsTeMib.h"
 
 #include <array>
+#include <vector>
 
 #include "mib/Trace.h"
 #include "substrate/trel/Assert.h"
@@ -33,9 +34,17 @@ auto removeRow(Vel::PtrInterface const& owner, Vel::AttributeId attribute, Table
    return row;
 }
 
-template <class Table>
+/// Removes the rows that there are now; those that an observer puts meanwhile stay.
+template <class Row, class Table>
 void removeAllRows(Vel::PtrInterface const& owner, Vel::AttributeId attribute, Table& table) {
-   while (auto const node = table.smallest()) removeRow(owner, attribute, table, node->key());
+   // A reactor may drop the last reference to the owner.
+   Vel::Ptr<Vel::PtrInterface const> const keep(&owner);
+   std::vector<Vel::Ptr<Row const>> rows;
+   rows.reserve(table.size());
+   for (auto const& node : table) rows.push_back(node.value());
+   for (auto const& row : rows) {
+      if (table[row->key()] == row) removeRow(owner, attribute, table, row->key());
+   }
 }
 
 /// The indices that `range` gives have to fit the MIB's column.
@@ -132,7 +141,9 @@ Vel::Ptr<MplsTunnelTableEntry const> MplsTeMib::mplsTunnelTableDel(MplsTunnelTab
    return removeRow(*this, attrMplsTunnelTable, mplsTunnelTable_, key);
 }
 
-void MplsTeMib::mplsTunnelTableDelAll() { removeAllRows(*this, attrMplsTunnelTable, mplsTunnelTable_); }
+void MplsTeMib::mplsTunnelTableDelAll() {
+   removeAllRows<MplsTunnelTableEntry>(*this, attrMplsTunnelTable, mplsTunnelTable_);
+}
 
 void MplsTeMib::mplsTunnelHopTableIs(Vel::Ptr<MplsTunnelHopTableEntry const> const& row) {
    putRow(*this, attrMplsTunnelHopTable, "mplsTunnelHopTable", mplsTunnelHopTable_, row);
@@ -142,7 +153,9 @@ Vel::Ptr<MplsTunnelHopTableEntry const> MplsTeMib::mplsTunnelHopTableDel(MplsTun
    return removeRow(*this, attrMplsTunnelHopTable, mplsTunnelHopTable_, key);
 }
 
-void MplsTeMib::mplsTunnelHopTableDelAll() { removeAllRows(*this, attrMplsTunnelHopTable, mplsTunnelHopTable_); }
+void MplsTeMib::mplsTunnelHopTableDelAll() {
+   removeAllRows<MplsTunnelHopTableEntry>(*this, attrMplsTunnelHopTable, mplsTunnelHopTable_);
+}
 
 void MplsTeMib::initNumAllocator() {
    traceHandle().traceFrom(8, "MplsSnmp", "initNumAllocator", "Enter void MplsSnmp::MplsTeMib::initNumAllocator()");

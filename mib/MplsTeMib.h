@@ -38,6 +38,7 @@ class MplsTeMib : public Vel::Entity {
    /// Removes and returns the row; null, and nothing changes, when there is none.
    Vel::Ptr<MplsTunnelTableEntry const> mplsTunnelTableDel(MplsTunnelTableKey key);
    void mplsTunnelTableDel(TunnelTable::Iterator const& position) { mplsTunnelTableDel(position->key()); }
+   /// Removes the rows that there are now, one notification each; those that an observer puts meanwhile stay.
    void mplsTunnelTableDelAll();
 
    HopTable const& mplsTunnelHopTable() const { return mplsTunnelHopTable_; }

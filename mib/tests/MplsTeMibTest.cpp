@@ -13,6 +13,7 @@
 #include "substrate/vel/EntityDir.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/TypeRegistry.h"
+#include "tests/support/Observer.h"
 #include "tests/support/TraceCapture.h"
 
 namespace MplsSnmp {
@@ -189,6 +190,24 @@ TEST_F(MplsTeMibTest, rowsCanBeDeletedOnAWalk) {
       mib_->mplsTunnelHopTableDel(at);
    }
    EXPECT_TRUE(mib_->mplsTunnelHopTable().empty());
+}
+
+TEST_F(MplsTeMibTest, emptyingATableEndsAlsoWhenAnObserverPutsTheRowsBack) {
+   for (auto const& key : {tunnel1_, tunnel2_}) mib_->mplsTunnelTableIs(tunnelRow(key));
+   for (auto const& key : {hop1_, hop2_}) mib_->mplsTunnelHopTableIs(hopRow(key));
+   auto const again = Vel::makePtr<TestSupport::Observer>(*mib_, [&](Vel::AttributeId attribute, void const* key) {
+      if (attribute == MplsTeMib::attrMplsTunnelTable) {
+         auto const& gone = *static_cast<MplsTunnelTableKey const*>(key);
+         if (!mib_->mplsTunnelTable().contains(gone)) mib_->mplsTunnelTableIs(tunnelRow(gone));
+      } else {
+         auto const& gone = *static_cast<MplsTunnelHopTableKey const*>(key);
+         if (!mib_->mplsTunnelHopTable().contains(gone)) mib_->mplsTunnelHopTableIs(hopRow(gone));
+      }
+   });
+   mib_->mplsTunnelTableDelAll();
+   EXPECT_THAT(keys(mib_->mplsTunnelTable()), ElementsAre(tunnel1_, tunnel2_));
+   mib_->mplsTunnelHopTableDelAll();
+   EXPECT_THAT(keys(mib_->mplsTunnelHopTable()), ElementsAre(hop1_, hop2_));
 }
 
 TEST_F(MplsTeMibTest, aTableIsEmptiedAndTheOtherStays) {

@@ -90,8 +90,10 @@ class NestedHome {
 
    void put(Id const& id, Member const& member) {
       if (!find(id)) ++size_;
-      if (auto const* const coll = collOf(id)) {
-         Inner::put(writable(*coll), id, member);
+      if (auto const* const found = collOf(id)) {
+         // Held: whoever is told may take the collection out.
+         auto const coll = *found;
+         Inner::put(writable(coll), id, member);
          return;
       }
       // Whoever is told of the new collection finds its entry in it.
@@ -105,7 +107,9 @@ class NestedHome {
       --size_;
       auto const coll = *collOf(id);
       Inner::del(writable(coll), id);
-      if (Inner::map(*coll).empty()) Outer::del(*table_, std::invoke(OuterKey, id));
+      // Whoever was told may have put another in its place.
+      auto const* const now = collOf(id);
+      if (now && *now == coll && Inner::map(*coll).empty()) Outer::del(*table_, std::invoke(OuterKey, id));
       return true;
    }
 

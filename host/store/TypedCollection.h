@@ -30,14 +30,22 @@ struct Objects {
    /// Publishes the entry as it is to be, or what is different about it. True when that is a change.
    template <class Home>
    static bool apply(DocumentReader& in, Home& home, Id const& id, ChangeKind kind) {
-      Member const* const present = home.find(id);
-      auto const wanted = Objects::wanted(in, present, id, kind);
+      Member const* const found = home.find(id);
+      // Held: whoever is told of a change may take the entry out.
+      Member const present = found ? *found : Member();
+      auto const wanted = Objects::wanted(in, present ? &present : nullptr, id, kind);
       if (!present) {
          home.put(id, wanted);
          return true;
       }
+      // What differs is found out first: whoever is told of one attribute may change another, which then stays.
+      std::array<bool, Attributes.size()> differs;
+      std::ranges::transform(Attributes, differs.begin(),
+                             [&](auto const& attribute) { return !attribute.same(*present, *wanted); });
       bool changed = false;
-      for (auto const& attribute : Attributes) changed |= attribute.assign(writable(*present), *wanted);
+      for (std::size_t index = 0; index < Attributes.size(); ++index) {
+         if (differs[index]) changed |= Attributes[index].assign(writable(present), *wanted);
+      }
       return changed;
    }
 

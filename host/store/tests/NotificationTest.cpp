@@ -132,6 +132,54 @@ TEST_F(NotificationTest, AdditionsComeInTheOrderOfTheCollectionsAndRemovalsInThe
                            "-request cli:a@primary", "-status cli:a", "-config cli:a", "-pathSpec cli"));
 }
 
+// A document that comes while another is applied is applied at once, and then the other goes on.
+TEST_F(NotificationTest, WhoeverIsToldMayTakeTheEntryOut) {
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": {}}})");
+   listen(subTunnelStatus("cli:a"),
+          [&](Vel::AttributeId, void const*) { store.applyPatch(R"({"subTunnelStatus": {"cli:a": null}})"); });
+   EXPECT_EQ(store.applyPatch(R"({"subTunnelStatus": {"cli:a": {"up": true, "pathChanges": 7}, "cli:b": {}}})"), 2U);
+   EXPECT_EQ(state(), Json::parse(R"({"subTunnelStatus": {"cli:b": {}}})"));
+   EXPECT_EQ(count("subTunnelStatus"), 1U);
+}
+
+TEST_F(NotificationTest, WhoeverIsToldOfOneAttributeMayChangeAnother) {
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": {"pathChanges": 1}}})");
+   bool done = false;
+   listen(subTunnelStatus("cli:a"), [&](Vel::AttributeId, void const*) {
+      if (!std::exchange(done, true)) store.applyPatch(R"({"subTunnelStatus": {"cli:a": {"pathChanges": 2}}})");
+   });
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": {"up": true, "stateTransitions": 3}}})");
+   EXPECT_EQ(state(), Json::parse(R"({"subTunnelStatus": {"cli:a": {"up": true, "pathChanges": 2,
+                                                                     "stateTransitions": 3}}})"));
+}
+
+TEST_F(NotificationTest, WhoeverIsToldThatTheLastEntryGoesMayPutAnotherInItsPlace) {
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": {}}})");
+   auto const table = store.lerHiveStatus()->subTunnelStatusCollTable();
+   bool done = false;
+   listen(table->subTunnelStatusColl().begin()->value.get(), [&](Vel::AttributeId, void const*) {
+      if (std::exchange(done, true)) return;
+      store.applyPatch(R"({"subTunnelStatus": {"cli:a": {"up": true}}})");
+      store.applyPatch(R"({"subTunnelStatus": {"cli:a": null}})");
+      store.applyPatch(R"({"subTunnelStatus": {"cli:a": {"pathChanges": 2}}})");
+   });
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": null}})");
+   EXPECT_EQ(state(), Json::parse(R"({"subTunnelStatus": {"cli:a": {"pathChanges": 2}}})"));
+   EXPECT_EQ(count("subTunnelStatus"), 1U);
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": null}})");
+   EXPECT_TRUE(table->subTunnelStatusColl().empty());
+}
+
+TEST_F(NotificationTest, AWholeDocumentInsideAnother) {
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": {}, "cli:b": {}, "cli:c": {}}})");
+   bool done = false;
+   listen(subTunnelStatus("cli:a"), [&](Vel::AttributeId, void const*) {
+      if (!std::exchange(done, true)) store.replace(R"({"subTunnelStatus": {"cli:x": {}}})");
+   });
+   store.applyPatch(R"({"subTunnelStatus": {"cli:a": {"up": true}, "cli:c": {"up": true}}})");
+   EXPECT_EQ(state(), Json::parse(R"({"subTunnelStatus": {"cli:c": {"up": true}, "cli:x": {}}})"));
+}
+
 TEST_F(NotificationTest, OneDocumentAddsBeforeItRemoves) {
    store.applyPatch(R"({"spStatus": {"10.0.0.9/1/10.0.0.1/1": {}}})");
    noteTables();

@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "substrate/flo/Turn.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/TraceHandle.h"
 
@@ -124,15 +125,23 @@ Vel::Ptr<RsvpSnmpSubTunnelStatusSm> RsvpTeSnmpAgent::subTunnelStatusSmIs(
          return subTunnelStatusSm_;
       }
    }
-   subTunnelStatusSm_ = RsvpSnmpSubTunnelStatusSm::RsvpSnmpSubTunnelStatusSmIs(
-         mplsTeMib, hopTableHelper, rsvpLerConfig, rsvpLerStatus, rsvpKelpStatus, mplsTunnelCounterTable, floControl);
-   subTunnelStatusSm_->hasNotificationActiveIs(true);
-   return subTunnelStatusSm_;
+   // One turn, so that the new machine begins to write when the old one has ended.
+   return Flo::Turn::hold([&] {
+      auto const made = RsvpSnmpSubTunnelStatusSm::RsvpSnmpSubTunnelStatusSmIs(mplsTeMib, hopTableHelper, rsvpLerConfig,
+                                                                               rsvpLerStatus, rsvpKelpStatus,
+                                                                               mplsTunnelCounterTable, floControl);
+      if (auto const old = std::exchange(subTunnelStatusSm_, made)) old->retire();
+      made->hasNotificationActiveIs(true);
+      return made;
+   });
 }
 
 Vel::Ptr<RsvpSnmpSubTunnelStatusSm> RsvpTeSnmpAgent::subTunnelStatusSmDel() {
    auto const taken = std::exchange(subTunnelStatusSm_, nullptr);
-   if (taken) taken->hasNotificationActiveIs(false);
+   if (taken) {
+      taken->hasNotificationActiveIs(false);
+      taken->retire();
+   }
    return taken;
 }
 
@@ -159,17 +168,24 @@ Vel::Ptr<RsvpTeSnmpAgent> Root::rsvpTeSnmpAgentIs(Vel::Ptr<MplsTeMib> const& mpl
        agent->rsvpKelpStatus() == rsvpKelpStatus && agent->mplsTunnelCounterTable() == mplsTunnelCounterTable) {
       return agent;
    }
-   // The new agent is complete before the old one is let go, and an error on the way leaves the old one in place.
-   auto const made = RsvpTeSnmpAgent::RsvpTeSnmpAgentIs(mplsTeMib, hopTableHelper, rsvpLerConfig, rsvpLerStatus,
-                                                        rsvpKelpStatus, mplsTunnelCounterTable);
-   rsvpTeSnmpAgent_ = made;
+   // The new agent is complete before the old one is let go, and an error on the way leaves the old one in place. Its
+   // derivation begins when that of the old one has ended, whoever still holds it: the turn sees to that.
+   auto const made = Flo::Turn::hold([&] {
+      auto const agent = RsvpTeSnmpAgent::RsvpTeSnmpAgentIs(mplsTeMib, hopTableHelper, rsvpLerConfig, rsvpLerStatus,
+                                                            rsvpKelpStatus, mplsTunnelCounterTable);
+      if (auto const old = std::exchange(rsvpTeSnmpAgent_, agent)) old->subTunnelStatusSmDel();
+      return agent;
+   });
    visit(attrRsvpTeSnmpAgent);
    return made;
 }
 
 Vel::Ptr<RsvpTeSnmpAgent> Root::rsvpTeSnmpAgentDel() {
    auto const taken = std::exchange(rsvpTeSnmpAgent_, nullptr);
-   if (taken) visit(attrRsvpTeSnmpAgent);
+   if (taken) {
+      taken->subTunnelStatusSmDel();
+      visit(attrRsvpTeSnmpAgent);
+   }
    return taken;
 }
 

@@ -33,7 +33,6 @@ class BuiltinSmAttrNinitializedSm0 : public Flo::Gen::InputStateMachine {
    std::string_view className() const override { return "BuiltinSmAttrNinitializedSm0"; }
    bool doInputScan() override;
    void doDeleteAll() { traceDetail("doDeleteAll {}", className()); }
-   void velDoZombieReactors(bool zombie) override { markedForDeletionIs(zombie); }
 
    /// Where the flattening of the map goes on after a yield.
    std::uint64_t bookmark() const { return bookmark_; }

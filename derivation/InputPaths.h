@@ -128,32 +128,38 @@ struct ActiveLspLevel {
    }
 };
 
-/// An input path: its levels, the owner's handler for its events and the owner's flag that its scan is done.
-/// (Definitions in Streams.cpp.)
+/// An input path: its levels, the owner's handler for its events, what becomes of an event whose watcher has been let
+/// go before its turn came, and the owner's flag that its scan is done. (Definitions in Delivery.cpp.)
 using Owner = MplsSnmp::RsvpSnmpSubTunnelStatusSm;
 
 struct SpidPath {
    using Levels = std::tuple<SpIdMapLevel, SpIdForLspRequestConfigIdLevel>;
    static void deliver(Owner& owner, Rsvp::RsvpLerLspRequestConfigId const& id,
                        Vel::Optional<Rsvp::RsvpSpId> const& spId);
+   static void missed(Owner& owner, std::string_view attribute, Rsvp::RsvpLerLspRequestConfigId const& id);
    static void scanComplete(Owner& owner);
 };
 struct SpsPath {
    using Levels = std::tuple<SpStatusCollLevel, SpStatusLevel>;
    static void deliver(Owner& owner, Rsvp::RsvpSpId const& spId,
                        Vel::Optional<Vel::Ptr<Rsvp::RsvpSpStatus const>> const& status);
+   static void missed(Owner& owner, std::string_view attribute, Rsvp::RsvpSpId const& spId);
    static void scanComplete(Owner& owner);
 };
 struct StcPath {
    using Levels = std::tuple<SubTunnelConfigCollTableLevel, SubTunnelConfigCollLevel, SubTunnelConfigLevel>;
    static void deliver(Owner& owner, Rsvp::RsvpLerTunnelSpecId const& tunnel, Rsvp::RsvpLerSubTunnelConfigId const& id,
                        Vel::Optional<Vel::Ptr<Rsvp::RsvpLerSubTunnelConfig const>> const& config);
+   static void missed(Owner& owner, std::string_view attribute, Rsvp::RsvpLerTunnelSpecId const& tunnel,
+                      Rsvp::RsvpLerSubTunnelConfigId const& id);
    static void scanComplete(Owner& owner);
 };
 struct LrsPath {
    using Levels = std::tuple<LspRequestStatusCollTableLevel, LspRequestStatusCollLevel, LspRequestStatusLevel>;
    static void deliver(Owner& owner, Rsvp::RsvpLerLspGroupId const& group, Rsvp::RsvpLerLspRequestConfigId const& id,
                        Vel::Optional<Vel::Ptr<Rsvp::RsvpLerLspRequestStatus const>> const& status);
+   static void missed(Owner& owner, std::string_view attribute, Rsvp::RsvpLerLspGroupId const& group,
+                      Rsvp::RsvpLerLspRequestConfigId const& id);
    static void scanComplete(Owner& owner);
 };
 struct StsPath {
@@ -161,6 +167,8 @@ struct StsPath {
          std::tuple<SubTunnelStatusCollTableLevel, SubTunnelStatusCollLevel, SubTunnelStatusLevel, ActiveLspLevel>;
    static void deliver(Owner& owner, Rsvp::RsvpLerTunnelSpecId const& tunnel, Rsvp::RsvpLerSubTunnelConfigId const& id,
                        Vel::Optional<Rsvp::RsvpLerLspRequestConfigId> const& activeLsp);
+   static void missed(Owner& owner, std::string_view attribute, Rsvp::RsvpLerTunnelSpecId const& tunnel,
+                      Rsvp::RsvpLerSubTunnelConfigId const& id);
    static void scanComplete(Owner& owner);
 };
 

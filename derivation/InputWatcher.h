@@ -7,6 +7,7 @@
 #include "derivation/InputPaths.h"
 #include "derivation/Trace.h"
 #include "substrate/flo/InputStateMachine.h"
+#include "substrate/flo/Turn.h"
 #include "substrate/vel/HashMap2018.h"
 #include "substrate/vel/Reactor.h"
 
@@ -50,6 +51,10 @@ std::size_t entriesBehind(Map const& map, typename Map::Bookmark bookmark) {
 /// Watches one object at depth `Depth` of an input path: scans what is there, follows what changes, and turns both
 /// into events of the path's stream. Children watch the objects one level below; a leaf forwards its entries through
 /// the chain of parents, each of which puts its own key in front, up to the owner.
+///
+/// Scans and changes are handled in turns, so the tree of watchers never changes under a scan or a retraction. It
+/// stands for as long as its owner lives, whom every turn holds; a watcher that is let go is retired at once, with all
+/// below it, and forwards nothing any more.
 template <class Path, std::size_t Depth>
 class WatcherSm : public Flo::Gen::InputStateMachine {
    using Level = std::tuple_element_t<Depth, typename Path::Levels>;
@@ -122,8 +127,7 @@ class WatcherSm : public Flo::Gen::InputStateMachine {
    }
 
    void velDoZombieReactors(bool zombie) override {
-      markedForDeletionIs(zombie);
-      if (zombie) InputStateMachine::hasNotificationActiveIs(false);
+      InputStateMachine::velDoZombieReactors(zombie);
       reactor_->velDoZombieReactors(zombie);
       forEachChild([&](auto& child) { child.velDoZombieReactors(zombie); });
    }
@@ -137,6 +141,17 @@ class WatcherSm : public Flo::Gen::InputStateMachine {
       }
    }
    Child const* child(Key const& key) const { return children_[key].get(); }
+   /// The keys of this level and of those above it, in front of the given ones.
+   template <class... Keys>
+   auto fullKey(Keys const&... below) const {
+      if constexpr (isTop) {
+         return std::make_tuple(below...);
+      } else if constexpr (std::is_same_v<OwnKey, NoKey>) {
+         return parent_->fullKey(below...);
+      } else {
+         return parent_->fullKey(key_, below...);
+      }
+   }
 
    Owner& owner() const {
       if constexpr (isTop) {
@@ -167,17 +182,41 @@ class WatcherSm : public Flo::Gen::InputStateMachine {
       using Vel::Reactor<VelInput, WatcherSm, Input>::Reactor;
       void handle(WatcherSm& watcher, Vel::AttributeId attribute, void const* key) {
          if (attribute != Level::attribute) return;
-         // An event may drop the last reference to the whole derivation.
-         Vel::Ptr<Owner> const keep(&watcher.owner());
-         Flo::Gen::ReactorScope const scope(watcher);
          if constexpr (std::is_same_v<Key, NoKey>) {
-            watcher.handleChange(NoKey());
+            watcher.takeUp(NoKey());
          } else {
-            // A copy: the key in the collection may go away under our hands.
-            watcher.handleChange(Key(*static_cast<Key const*>(key)));
+            watcher.takeUp(*static_cast<Key const*>(key));
          }
       }
    };
+
+   /// Handles a change in a turn: one that has to wait is looked at as things stand then. Should the watcher have been
+   /// let go meanwhile, whatever it watches is no part of the inputs any more; but an event that only it knew of is not
+   /// lost, and brings what stands under the same keys now.
+   void takeUp(Key const& key) {
+      Vel::Ptr<Owner> const keep(&owner());
+      auto const handle = [watcher = Vel::Ptr(this), keep, key] {
+         Flo::Gen::ReactorScope const scope(*watcher);
+         watcher->handleChange(key);
+      };
+      if (!Flo::Turn::underWay()) return Flo::Turn::hold(handle);
+      Flo::Turn::take([handle, watcher = Vel::Ptr(this), keep, keys = keysOf(key)] {
+         if (!watcher->isMarkedForDeletion()) {
+            if (watcher->hasNotificationActive()) handle();
+         } else if constexpr (isLeaf) {
+            std::apply([&](auto const&... each) { Path::missed(*keep, Level::attributeName, each...); }, keys);
+         }
+      });
+   }
+
+   /// The keys of an entry from the top of the path down.
+   auto keysOf(Key const& key) const {
+      if constexpr (std::is_same_v<Key, NoKey>) {
+         return fullKey();
+      } else {
+         return fullKey(key);
+      }
+   }
 
    static InputStateMachine* asMachine(Parent* parent) {
       if constexpr (isTop) {
@@ -189,6 +228,8 @@ class WatcherSm : public Flo::Gen::InputStateMachine {
 
    template <class... Args>
    void forward(Args const&... keysAndValue) {
+      // Retired: those above may have gone.
+      if (isMarkedForDeletion()) return;
       if constexpr (isTop) {
          Path::deliver(*parent_, keysAndValue...);
       } else if constexpr (std::is_same_v<OwnKey, NoKey>) {
@@ -210,12 +251,12 @@ class WatcherSm : public Flo::Gen::InputStateMachine {
 
    /// The object below `key` is now `object`, which may be null. Makes, keeps, replaces or retracts the child.
    template <class Object>
-   Child* childSmIs(Key const& key, Vel::Ptr<Object> const& object);
+   Vel::Ptr<Child> childSmIs(Key const& key, Vel::Ptr<Object> const& object);
 
    /// One step of the scan: an event of a leaf, or a whole child. False when the child yielded.
    template <class Value>
    bool scanEntry(Key const& key, Value const& value);
-   void traceScanComplete(std::size_t entries);
+   void traceScanComplete();
 
    Parent* parent_;
    [[no_unique_address]] OwnKey key_;
@@ -227,9 +268,9 @@ class WatcherSm : public Flo::Gen::InputStateMachine {
 
 template <class Path, std::size_t Depth>
 template <class Object>
-auto WatcherSm<Path, Depth>::childSmIs(Key const& key, Vel::Ptr<Object> const& object) -> Child* {
+auto WatcherSm<Path, Depth>::childSmIs(Key const& key, Vel::Ptr<Object> const& object) -> Vel::Ptr<Child> {
    Vel::Ptr<Child> const old = children_[key];
-   if (old && old->input() == object.get()) return old.get();
+   if (old && old->input() == object.get()) return old;
    Vel::Ptr<Child> fresh;
    if (object) {
       fresh = Vel::makePtr<Child>(this, key, object);
@@ -238,15 +279,16 @@ auto WatcherSm<Path, Depth>::childSmIs(Key const& key, Vel::Ptr<Object> const& o
       children_.erase(key);
    }
    if (old) {
-      // What the new object holds is reported first, so that the retraction of the old one cannot undo it.
-      old->hasNotificationActiveIs(false);
+      // What the new object holds is reported first, so that the retraction of the old one cannot undo it. The old one
+      // listens until it is retracted, so that nothing is missed that an observer takes out of its object meanwhile.
       if (fresh) {
          Flo::Gen::ReactorScope const scope(*this);
          fresh->doInputScan();
       }
       old->doDeleteAll(fresh.get());
+      old->velDoZombieReactors(true);
    }
-   return fresh.get();
+   return fresh;
 }
 
 template <class Path, std::size_t Depth>
@@ -256,7 +298,7 @@ bool WatcherSm<Path, Depth>::scanEntry(Key const& key, Value const& value) {
       forward(key, eventValue(value));
       return true;
    } else {
-      auto* const child = childSmIs(key, value);
+      Vel::Ptr<Child> const child = childSmIs(key, value);
       return !child || child->doInputScan();
    }
 }
@@ -266,18 +308,17 @@ bool WatcherSm<Path, Depth>::doInputScan() {
    if (scanDone()) return true;
    // An event may drop the last reference to the whole derivation.
    Vel::Ptr<Owner> const keep(&owner());
-   std::size_t entries = 1;
    if constexpr (Level::watch == Watch::value) {
       forward(Level::read(*input()));
    } else if constexpr (Level::watch == Watch::pointer) {
       if (!scanEntry(NoKey(), Level::read(*input()))) return false;
    } else {
       auto const& map = Level::read(*input());
-      entries = map.size();
       std::size_t iterations = 0;
       for (auto it = map.after(inputScanBookmark_); it != map.end(); ++it) {
          auto const number = it.bookmark();
          bool const done = scanEntry(Key(it->key), std::remove_cvref_t<decltype(it->value)>(it->value));
+         if (isMarkedForDeletion()) return false;
          if (done) inputScanBookmark_ = number;
          ++iterations;
          if (!done || shouldYield()) {
@@ -289,13 +330,14 @@ bool WatcherSm<Path, Depth>::doInputScan() {
          }
       }
    }
-   traceScanComplete(entries);
+   if (isMarkedForDeletion()) return false;
+   traceScanComplete();
    scanDoneIs(true);
    return true;
 }
 
 template <class Path, std::size_t Depth>
-void WatcherSm<Path, Depth>::traceScanComplete([[maybe_unused]] std::size_t entries) {
+void WatcherSm<Path, Depth>::traceScanComplete() {
    if constexpr (isLeaf) {
       traceDetail("{} scan complete.", className());
    } else {
@@ -331,13 +373,15 @@ void WatcherSm<Path, Depth>::handleChange(Key const& key) {
          }
       }();
       // What the new child holds is scanned to its end: only scans in a task yield.
-      if (auto* const child = childSmIs(key, object)) child->doInputScan();
+      if (Vel::Ptr<Child> const child = childSmIs(key, object)) child->doInputScan();
    }
 }
 
 template <class Path, std::size_t Depth>
 void WatcherSm<Path, Depth>::doDeleteAll(WatcherSm const* successor) {
    traceDetail("doDeleteAll {}", className());
+   // An event may drop the last reference to the whole derivation.
+   Vel::Ptr<Owner> const keep(&owner());
    if constexpr (Level::watch == Watch::value) {
       using Value = std::remove_cvref_t<decltype(Level::read(*input()))>;
       if (!successor) forward(Value());
@@ -347,6 +391,11 @@ void WatcherSm<Path, Depth>::doDeleteAll(WatcherSm const* successor) {
          Key const key = it->key;
          using Value = std::remove_cvref_t<decltype(it->value)>;
          if (!successor || !successor->covers(key)) forward(key, Vel::Optional<Value>());
+      }
+      // Entries that have gone, of which this machine would have been told next.
+      using Value = std::remove_cvref_t<decltype(*map.find(std::declval<Key const&>()))>;
+      for (Key const& key : input()->template membersBeingTold<Key>(Level::attribute)) {
+         if (!map.contains(key) && !(successor && successor->covers(key))) forward(key, Vel::Optional<Value>());
       }
    } else {
       for (auto it = children_.begin(); it != children_.end(); ++it) {

@@ -19,21 +19,24 @@ Rsvp::RsvpSpId spIdFor(MplsTunnelTableKey const& key) {
    return spId;
 }
 
-SubTunnelStatusPtr JoinInputs::subTunnelStatus(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
+SubTunnelStatusPtr JoinInputs::subTunnelStatus(Rsvp::RsvpLerTunnelSpecId const& tunnel,
+                                               Rsvp::RsvpLerSubTunnelConfigId const& id) const {
    auto const& table = lerStatus->subTunnelStatusCollTable();
-   auto const coll = table ? table->subTunnelStatusColl()[id.tunnelSpecId()] : nullptr;
+   auto const coll = table ? table->subTunnelStatusColl()[tunnel] : nullptr;
    return coll ? coll->subTunnelStatus()[id] : nullptr;
 }
 
-SubTunnelConfigPtr JoinInputs::subTunnelConfig(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
+SubTunnelConfigPtr JoinInputs::subTunnelConfig(Rsvp::RsvpLerTunnelSpecId const& tunnel,
+                                               Rsvp::RsvpLerSubTunnelConfigId const& id) const {
    auto const& table = lerStatus->subTunnelConfigCollTable();
-   auto const coll = table ? table->subTunnelConfigColl()[id.tunnelSpecId()] : nullptr;
+   auto const coll = table ? table->subTunnelConfigColl()[tunnel] : nullptr;
    return coll ? coll->subTunnelConfig()[id] : nullptr;
 }
 
-RequestStatusPtr JoinInputs::lspRequestStatus(Rsvp::RsvpLerLspRequestConfigId const& id) const {
+RequestStatusPtr JoinInputs::lspRequestStatus(Rsvp::RsvpLerLspGroupId const& group,
+                                              Rsvp::RsvpLerLspRequestConfigId const& id) const {
    auto const& table = lerStatus->lspRequestStatusCollTable();
-   auto const coll = table ? table->lspRequestStatusColl()[id.lspGroupId] : nullptr;
+   auto const coll = table ? table->lspRequestStatusColl()[group] : nullptr;
    return coll ? coll->lspRequestStatus()[id] : nullptr;
 }
 

@@ -22,9 +22,21 @@ struct JoinInputs {
    Vel::Ptr<Rsvp::RsvpLerHiveStatus const> lerStatus;
    Vel::Ptr<Rsvp::RsvpKelpStatus const> kelpStatus;
 
-   SubTunnelStatusPtr subTunnelStatus(Rsvp::RsvpLerSubTunnelConfigId const& id) const;
-   SubTunnelConfigPtr subTunnelConfig(Rsvp::RsvpLerSubTunnelConfigId const& id) const;
-   RequestStatusPtr lspRequestStatus(Rsvp::RsvpLerLspRequestConfigId const& id) const;
+   SubTunnelStatusPtr subTunnelStatus(Rsvp::RsvpLerTunnelSpecId const& tunnel,
+                                      Rsvp::RsvpLerSubTunnelConfigId const& id) const;
+   SubTunnelStatusPtr subTunnelStatus(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
+      return subTunnelStatus(id.tunnelSpecId(), id);
+   }
+   SubTunnelConfigPtr subTunnelConfig(Rsvp::RsvpLerTunnelSpecId const& tunnel,
+                                      Rsvp::RsvpLerSubTunnelConfigId const& id) const;
+   SubTunnelConfigPtr subTunnelConfig(Rsvp::RsvpLerSubTunnelConfigId const& id) const {
+      return subTunnelConfig(id.tunnelSpecId(), id);
+   }
+   RequestStatusPtr lspRequestStatus(Rsvp::RsvpLerLspGroupId const& group,
+                                     Rsvp::RsvpLerLspRequestConfigId const& id) const;
+   RequestStatusPtr lspRequestStatus(Rsvp::RsvpLerLspRequestConfigId const& id) const {
+      return lspRequestStatus(id.lspGroupId, id);
+   }
    SpStatusPtr spStatus(Rsvp::RsvpSpId const& spId) const;
    Vel::Optional<Rsvp::RsvpSpId> spId(Rsvp::RsvpLerLspRequestConfigId const& id) const;
 };

@@ -33,6 +33,11 @@ struct Output {
 };
 
 /// The three outputs and the statements that write them.
+///
+/// What belongs to an sp id is one unit: its row, the hop index that the row holds, the hop entry under that index and
+/// the hop rows that the entry writes. Each statement is carried through to its end, also when an observer retires the
+/// derivation in the middle: there is no time at which a unit stays in parts. A delete takes away what it has found,
+/// and not what an observer may have put under the same key meanwhile.
 class Outputs {
  public:
    Outputs(Vel::Ptr<MplsTeMib> mib, Vel::Ptr<HopTableHelper> hopTableHelper,
@@ -48,14 +53,37 @@ class Outputs {
    void putRequest(LocalAttrStore& store, Rsvp::RsvpSpId const& spId, Rsvp::RsvpLerLspRequestConfigId const& id);
    void deleteRequest(LocalAttrStore& store, Rsvp::RsvpSpId const& spId, Rsvp::RsvpLerLspRequestConfigId const& id);
 
-   /// The row and the hop entry of a joined LSP. A row over the very same inputs stays, with its index and hop entry;
-   /// any other row under the key goes first. Without a free hop index there is no row.
-   void putRow(StreamTexts const& texts, MplsTunnelTableKey const& key, Join const& join);
+   /// Removes a row under the key that is not over the joined inputs; true then.
+   bool clear(MplsTunnelTableKey const& key, Join const& join);
+   /// The row and the hop entry of a joined LSP. A row under the key stays, with its index and hop entry. False when
+   /// there is none in the end, for want of a free hop index as a rule. REQUIRES: `clear` has made way.
+   bool putRow(StreamTexts const& texts, MplsTunnelTableKey const& key, Join const& join);
    /// Releases the hop index, then removes the hop entry (and so the hop rows), then the row.
    void deleteRow(MplsTunnelTableKey const& key);
+   /// The row alone, while it is still the one under its key.
+   void removeRow(Vel::Ptr<MplsTunnelTableEntry const> const& row);
+   /// Ends the hop entry of an index of this MIB, whichever helper has it.
+   void hopListDel(std::uint32_t hopIndex);
 
-   /// Whether the row is over exactly the joined inputs and those that every row of this derivation has.
+   /// Whether the row is over exactly the joined inputs and those that every row of this derivation has, and its hop
+   /// index is its own.
    bool isRowOf(MplsTunnelTableEntry const& row, Join const& join) const;
+   /// Whether a row under the key is there from before the scan that is under way.
+   bool isOfEarlierLife(MplsTunnelTableKey const& key) const {
+      return mibMplsTunnelTableOutput.reconciling &&
+             !mibMplsTunnelTableOutput.seen.contains(MibMplsTunnelTableOutputKeyType(key));
+   }
+   /// Whether the helper has an entry for an index of this MIB.
+   bool hasHopEntry(std::uint32_t hopIndex) const;
+   /// Whether a hop index can be drawn.
+   bool isIndexLeft() const;
+
+   template <class Call>
+   void forEach(Call&& call) {
+      call(lspReqConfIdsForSpIdLrciSetOutput);
+      call(mibMplsTunnelTableOutput);
+      call(hopTableHelperPathSpecCollTableSmOutput);
+   }
 
    MplsTeMib& mib() const { return *mib_; }
    HopTableHelper& hopTableHelper() const { return *hopTableHelper_; }
@@ -68,7 +96,9 @@ class Outputs {
          .name = "hopTableHelperPathSpecCollTableSmOutput"};
 
  private:
-   void putHopEntry(std::uint32_t hopIndex, Join const& join);
+   bool isEntryOf(PathSpecCollTableSm const& entry, Join const& join) const;
+   /// False when the helper refuses the entry.
+   bool putHopEntry(std::uint32_t hopIndex, Join const& join);
 
    Vel::Ptr<MplsTeMib> mib_;
    Vel::Ptr<HopTableHelper> hopTableHelper_;

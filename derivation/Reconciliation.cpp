@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // After the initial scan: what the outputs still hold from an earlier life, and the inputs do not support, goes.
 #include "derivation/RsvpSnmpSubTunnelStatusSm.h"
+#include "substrate/flo/Turn.h"
 
 namespace MplsSnmp {
 
@@ -19,10 +20,10 @@ void RsvpSnmpSubTunnelStatusSm::createReconciliationTasks() {
       output.reconciliationTask = Vel::makePtr<Orb::Task>(floControl_.scheduler(), floControl_.taskPriority,
                                                           fmt::format("RsvpSnmpSubTunnelStatusSm-{}Task", output.name),
                                                           [this, run](Orb::Task&) {
-                                                             Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
-                                                             // The analyzer takes what was captured for null.
-                                                             // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage)
-                                                             (this->*run)();
+                                                             Flo::Turn::take([machine = Vel::Ptr(this), run] {
+                                                                if (machine->isMarkedForDeletion()) return;
+                                                                (machine.get()->*run)();
+                                                             });
                                                           });
    };
    create(outputs_.lspReqConfIdsForSpIdLrciSetOutput, &RsvpSnmpSubTunnelStatusSm::reconcileLspReqConfIds);
@@ -65,6 +66,7 @@ void RsvpSnmpSubTunnelStatusSm::reconcile(O& output, StepOf&& step) {
    }
    Step total;
    while (Vel::Optional<Step> const done = step()) {
+      if (isMarkedForDeletion()) return;
       total.processed += done->processed;
       total.deleted += done->deleted;
       if (output.reconciliationTask && output.reconciliationTask->taskShouldYield()) {
@@ -128,23 +130,34 @@ void RsvpSnmpSubTunnelStatusSm::reconcileTunnelTable() {
       auto const position = output.bookmark ? table.findNext(*output.bookmark) : table.smallest();
       if (!position) return Vel::None;
       MplsTunnelTableKey const key = position->key();
-      auto const row = position->value();
       output.bookmark = key;
-      if (!output.seen.contains(MibMplsTunnelTableOutputKeyType(key))) {
-         // The row of an earlier life. Its index goes with its hop entry; without one there is nothing to wait for.
-         if (!hopTableHelper_->pathSpecCollTableSm().contains(row->hopTableIndex())) {
-            mib_->releaseHopTableIndex(row->hopTableIndex());
-         }
-         mib_->mplsTunnelTableDel(key);
+      if (outputs_.isOfEarlierLife(key)) {
+         staleRowDel(position->value());
          return Step{1, 1};
       }
-      // Written during the scan, but its inputs went before their own watcher had come to them.
-      if (!isAmbiguous(spIdFor(key)) && !isEntitled(*row)) {
-         outputs_.deleteRow(key);
-         return Step{1, 1};
-      }
-      return Step{1, 0};
+      // Written during the scan; but its inputs may have gone before their own watcher had come to them.
+      settle(kSpidStream, spIdFor(key));
+      return Step{1, std::size_t{!table.contains(key)}};
    });
+}
+
+/// The row of an earlier life. Its index goes with its hop entry; without one there is nothing to wait for.
+void RsvpSnmpSubTunnelStatusSm::staleRowDel(Vel::Ptr<MplsTunnelTableEntry const> const& row) {
+   std::uint32_t const hopIndex = row->hopTableIndex();
+   if (outputs_.hasHopEntry(hopIndex)) {
+      staleHopIndices_.insertOrAssign(hopIndex, Vel::Unit());
+   } else {
+      outputs_.hopListDel(hopIndex);
+      mib_->releaseHopTableIndex(hopIndex);
+   }
+   outputs_.removeRow(row);
+}
+
+void RsvpSnmpSubTunnelStatusSm::staleHopEntryDel(std::uint32_t hopIndex) {
+   // An entry for another MIB says nothing about the indices of this one.
+   bool const indexGoes = staleHopIndices_.erase(hopIndex) || outputs_.hasHopEntry(hopIndex);
+   hopTableHelper_->pathSpecCollTableSmDel(hopIndex);
+   if (indexGoes) mib_->releaseHopTableIndex(hopIndex);
 }
 
 void RsvpSnmpSubTunnelStatusSm::reconcileHopEntries() {
@@ -156,8 +169,7 @@ void RsvpSnmpSubTunnelStatusSm::reconcileHopEntries() {
       output.bookmark = position.bookmark();
       std::uint32_t const hopIndex = position->key;
       if (output.seen.contains(HopTableHelperPathSpecCollTableSmOutputKeyType(hopIndex))) return Step{1, 0};
-      hopTableHelper_->pathSpecCollTableSmDel(hopIndex);
-      mib_->releaseHopTableIndex(hopIndex);
+      staleHopEntryDel(hopIndex);
       return Step{1, 1};
    });
 }

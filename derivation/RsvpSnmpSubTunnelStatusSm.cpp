@@ -5,6 +5,7 @@
 #include <array>
 
 #include "derivation/Types.h"
+#include "substrate/flo/Turn.h"
 #include "substrate/trel/Assert.h"
 #include "substrate/vel/Generic.h"
 
@@ -94,8 +95,17 @@ RsvpSnmpSubTunnelStatusSm::RsvpSnmpSubTunnelStatusSm(
         inputs_{rsvpLerStatus, rsvpKelpStatus},
         outputs_(mib, hopTableHelper, rsvpLerConfig, rsvpLerStatus, mplsTunnelCounterTable) {}
 
-RsvpSnmpSubTunnelStatusSm::~RsvpSnmpSubTunnelStatusSm() {
+RsvpSnmpSubTunnelStatusSm::~RsvpSnmpSubTunnelStatusSm() { retire(); }
+
+void RsvpSnmpSubTunnelStatusSm::retire() {
+   if (isMarkedForDeletion()) return;
+   Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
+   hasNotificationActiveIs(false);
+   markedForDeletionIs(true);
    forEachInputMachine([](auto& machine) { machine.velDoZombieReactors(true); });
+   outputs_.forEach([](auto& output) { output.reconciliationTask = nullptr; });
+   // A reconciliation that has removed a row goes as far as to remove its hop entry: nobody else knows of the index.
+   while (!staleHopIndices_.empty()) staleHopEntryDel(staleHopIndices_.begin()->key);
 }
 
 template <class Call>
@@ -112,12 +122,15 @@ void RsvpSnmpSubTunnelStatusSm::forEachInputMachine(Call&& call) {
 }
 
 void RsvpSnmpSubTunnelStatusSm::hasNotificationActiveIs(bool active) {
-   if (active == hasNotificationActive()) return;
+   if (active == hasNotificationActive() || isMarkedForDeletion()) return;
    PtrInterface::hasNotificationActiveIs(active);
    if (active && !initialized_) {
       initialized_ = true;
-      handleInitialized();
-      visit(attrInitialized);
+      Flo::Turn::take([machine = Vel::Ptr(this)] {
+         if (machine->isMarkedForDeletion()) return;
+         machine->handleInitialized();
+         machine->visit(attrInitialized);
+      });
    } else {
       forEachInputMachine([&](auto& machine) { machine.hasNotificationActiveIs(active); });
    }
@@ -139,6 +152,7 @@ void RsvpSnmpSubTunnelStatusSm::handleInitialized() {
    builtinSmAttrNinitializedSm0_->handleInitialized();
    traceDetail("create non-public arg SMs");
    auto const create = [this]<class Machine>(Vel::Ptr<Machine>& slot, auto const& input) {
+      if (isMarkedForDeletion()) return;
       slot = Vel::makePtr<Machine>(this, NoKey(), input);
       slot->handleInitialized();
    };
@@ -155,7 +169,7 @@ void RsvpSnmpSubTunnelStatusSm::inputScanComplete(bool InputSmScanState::*scan) 
 }
 
 void RsvpSnmpSubTunnelStatusSm::handleInitialScanDone() {
-   if (initialScanDone_) return;
+   if (initialScanDone_ || isMarkedForDeletion()) return;
    for (ScanText const& awaited : kScanTexts) {
       if (!(inputSmScanState_.get()->*awaited.scan)) {
          traceDetail("{}", awaited.text);
@@ -166,10 +180,11 @@ void RsvpSnmpSubTunnelStatusSm::handleInitialScanDone() {
    traceDetail("Initial scan done for child SM RsvpSnmpSubTunnelStatusSm.");
    inputSmScanState_->idle = true;
    initialScanDone_ = true;
+   Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
    visit(attrInitialScanDone);
-   handleLspReqConfIdsForSpIdLrciSetOutputInputReady();
-   handleMibMplsTunnelTableOutputInputReady();
-   handleHopTableHelperPathSpecCollTableSmOutputInputReady();
+   if (!isMarkedForDeletion()) handleLspReqConfIdsForSpIdLrciSetOutputInputReady();
+   if (!isMarkedForDeletion()) handleMibMplsTunnelTableOutputInputReady();
+   if (!isMarkedForDeletion()) handleHopTableHelperPathSpecCollTableSmOutputInputReady();
 }
 
 bool RsvpSnmpSubTunnelStatusSm::idle() const {
@@ -178,7 +193,14 @@ bool RsvpSnmpSubTunnelStatusSm::idle() const {
 
 void RsvpSnmpSubTunnelStatusSm::doDeleteAll() {
    if (!initialized_) return;
-   Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
+   Flo::Turn::take([machine = Vel::Ptr(this)] {
+      if (machine->follows()) machine->retract();
+   });
+}
+
+void RsvpSnmpSubTunnelStatusSm::retract() {
+   // From here on the rule gives no sp id a row, and what has waited for its turn finds nothing to follow.
+   retracted_ = true;
    traceDetail("doDeleteAll RsvpSnmpSubTunnelStatusSm");
    spIdMapSm13_->doDeleteAll();
    spStatusCollSm11_->doDeleteAll();
@@ -186,8 +208,19 @@ void RsvpSnmpSubTunnelStatusSm::doDeleteAll() {
    builtinSmAttrNinitializedSm0_->doDeleteAll();
    lspRequestStatusCollTableSm8_->doDeleteAll();
    subTunnelStatusCollTableSm1_->doDeleteAll();
+   if (isMarkedForDeletion()) return;
    // What comes later must not build on inputs that have been taken back.
    forEachInputMachine([](auto& machine) { machine.velDoZombieReactors(true); });
+   // What the init stream has fed into the reverse index before the watcher of the map came to it.
+   auto const& sets = localAttrStore_->lspReqConfIdsForSpId();
+   while (!sets.empty() && !isMarkedForDeletion()) {
+      Rsvp::RsvpSpId const spId = sets.begin()->key;
+      localAttrStore_->lspReqConfIdsForSpIdDel(spId);
+      settle(kSpidStream, spId);
+   }
+   // The scans that have not come to their end do so now: they have found nothing.
+   for (ScanText const& awaited : kScanTexts) inputSmScanState_.get()->*awaited.scan = true;
+   handleInitialScanDone();
 }
 
 }  // namespace MplsSnmp

@@ -3,6 +3,7 @@
 
 #include "derivation/InputMachines.h"
 #include "derivation/Outputs.h"
+#include "derivation/Unsettled.h"
 #include "substrate/flo/SmControl.h"
 #include "substrate/flo/Tuple.h"
 
@@ -28,6 +29,10 @@ struct OutputState {
 /// Six streams carry the changes of the inputs; each change runs through a pipeline of look-ups and filters that ends
 /// in writes to three outputs. A row of an sp id S exists while the one LSP request that maps to S is the active LSP
 /// of its sub-tunnel and all joined inputs exist. While two or more requests map to S, its row stays as it is.
+///
+/// The streams say that something about an sp id has changed. What its row, hop index, hop entry and hop rows are in
+/// the end is decided by one rule on the inputs as they are then (`entitlement`), which has the last word about every
+/// sp id that an event has touched. Events are handled in turns (Flo::Turn), so that none begins inside another.
 class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
  public:
    enum : Vel::AttributeId { attrInitialized = 1, attrInitialScanDone, attrOutputState, attrFloControl };
@@ -65,8 +70,16 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
    /// Switches the machine and all its watchers on or off. The first time on starts it.
    void hasNotificationActiveIs(bool active) override;
 
-   /// Retracts every input, for good: no row, hop entry or reverse index entry of this machine is left.
+   /// Retracts every input, for good: no row, hop entry or reverse index entry of this machine is left once it is idle.
+   /// Scans that are under way end; what an earlier life has left is still removed.
    void doDeleteAll();
+
+   /// Ends the machine for good, its tasks, watchers and reactors with it, whoever still holds it: it writes nothing
+   /// any more. Its rows stay, for a successor to take over.
+   void retire();
+   /// Whether it follows its inputs: it is neither retired nor retracted.
+   bool follows() const { return !isMarkedForDeletion() && !retracted_; }
+   JoinInputs const& inputs() const { return inputs_; }
 
    // The streams. Called by the watchers and by each other.
    /// False when it yielded: it goes on behind the machine's bookmark when it is called again.
@@ -97,6 +110,7 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
 
    void handleInitialized();
    void handleInitialScanDone();
+   void retract();
    template <class Call>
    void forEachInputMachine(Call&& call);
 
@@ -105,8 +119,10 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
                 bool isAdd, StandIn const& standIn);
    Vel::Optional<Rsvp::RsvpSpId> spIdOf(Rsvp::RsvpLerLspRequestConfigId const& request) const;
    bool isAmbiguous(Rsvp::RsvpSpId const& spId) const { return localAttrStore_->requestCount(spId) > 1; }
-   bool isEntitled(MplsTunnelTableEntry const& row) const;
-   void settle(Rsvp::RsvpSpId const& spId);
+   bool isSoleRequest(Rsvp::RsvpLerLspRequestConfigId const& request, Rsvp::RsvpSpId const& spId) const;
+   Vel::Optional<Join> entitlement(Rsvp::RsvpSpId const& spId) const;
+   void settle(StreamTexts const& texts, Rsvp::RsvpSpId const& spId);
+   void settleAll(StreamTexts const& texts);
 
    // Reconciliation.cpp
    void createReconciliationTasks();
@@ -122,6 +138,8 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
    void startReconciliation(O& output, void (RsvpSnmpSubTunnelStatusSm::*run)());
    template <class O>
    void outputReady(O& output);
+   void staleRowDel(Vel::Ptr<MplsTunnelTableEntry const> const& row);
+   void staleHopEntryDel(std::uint32_t hopIndex);
 
    Vel::Ptr<MplsTeMib> mib_;
    Vel::Ptr<HopTableHelper> hopTableHelper_;
@@ -138,6 +156,10 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
    std::unique_ptr<OutputState> outputState_;
    bool initialized_ = false;
    bool initialScanDone_ = false;
+   bool retracted_ = false;
+   Unsettled unsettled_;                              // sp ids that the event under way has touched
+   Vel::HashSet2018<Rsvp::RsvpSpId> withoutIndex_;    // sp ids whose row has found no free hop index
+   Vel::HashSet2018<std::uint32_t> staleHopIndices_;  // of stale rows that are gone; their hop entries are still there
 
    // The last value of every key, per stream.
    using SubTunnelKey = Flo::Tuple<Rsvp::RsvpLerTunnelSpecId, Rsvp::RsvpLerSubTunnelConfigId>;

@@ -64,6 +64,7 @@ void RsvpSnmpSubTunnelStatusSm::eventToSpidStream(RsvpLerLspRequestConfigId cons
                                                   Vel::Optional<RsvpSpId> const& spIdOpt) {
    traceDetail(fmt::runtime(kSpidStream.from), id, spIdOpt);
    flatten(kSpidStream, cacheAttr4_, id, spIdOpt, [&](RsvpSpId const& spId, bool isAdd) {
+      if (isMarkedForDeletion()) return;
       eventToSpidReverseStream(id, spId, isAdd);
       eventToSpidUpdateStream(id, spId, isAdd);
    });
@@ -95,7 +96,8 @@ void RsvpSnmpSubTunnelStatusSm::eventToSpidUpdateStream(RsvpLerLspRequestConfigI
       traceCase(kSpidStream, work.isAdd);
       rowTail(kSpidStream, work.id, spId, work.isAdd, {});
    }
-   settle(spId);
+   unsettled_.add(spId);
+   settleAll(kSpidStream);
 }
 
 // ---- stcStream: the configuration of a sub-tunnel
@@ -116,6 +118,7 @@ void RsvpSnmpSubTunnelStatusSm::eventToStcStream(RsvpLerTunnelSpecId const& tunn
                  rowTail(kStcStream, request, *spId, isAdd, {.subTunnelConfig = config});
               }
            });
+   settleAll(kStcStream);
 }
 
 // ---- lrsStream: the status of an LSP request
@@ -131,12 +134,14 @@ void RsvpSnmpSubTunnelStatusSm::eventToLrsStream(RsvpLerLspGroupId const& lspGro
                  rowTail(kLrsStream, id, *spId, isAdd, {.lspRequestStatus = status});
               }
            });
+   settleAll(kLrsStream);
 }
 
 // ---- spsStream: the status of a signalled path
 
 void RsvpSnmpSubTunnelStatusSm::eventToSpsStream(RsvpSpId const& spId, Vel::Optional<SpStatusPtr> const& spStatusOpt) {
    traceDetail(fmt::runtime(kSpsStream.from), spId, spStatusOpt);
+   unsettled_.add(spId);
    flatten(kSpsStream, cacheAttr3_, spId, spStatusOpt, [&](SpStatusPtr const& status, bool isAdd) {
       traceCase(kSpsStream, isAdd);
       auto const set = localAttrStore_->lspReqConfIdsForSpId()[spId];
@@ -150,6 +155,7 @@ void RsvpSnmpSubTunnelStatusSm::eventToSpsStream(RsvpSpId const& spId, Vel::Opti
          }
       }
    });
+   settleAll(kSpsStream);
 }
 
 // ---- stsStream: the active LSP of a sub-tunnel
@@ -167,6 +173,7 @@ void RsvpSnmpSubTunnelStatusSm::eventToStsStream(RsvpLerTunnelSpecId const& tunn
                  rowTail(kStsStream, request, *spId, isAdd, {.activeLsp = true});
               }
            });
+   settleAll(kStsStream);
 }
 
 // ---- What the streams share
@@ -179,92 +186,80 @@ Vel::Optional<RsvpSpId> RsvpSnmpSubTunnelStatusSm::spIdOf(RsvpLerLspRequestConfi
 
 void RsvpSnmpSubTunnelStatusSm::rowTail(StreamTexts const& texts, RsvpLerLspRequestConfigId const& request,
                                         RsvpSpId const& spId, bool isAdd, StandIn const& standIn) {
+   if (isMarkedForDeletion()) return;
    if (isAmbiguous(spId)) {
       traceFilter(fmt::format("( ( !_lspReqConfIdSet{0} ) || ( len( ( *_lspReqConfIdSet{0} ).lrciSet ) < 2 ) )",
                               texts.ambiguityGate));
       return;
    }
+   unsettled_.add(spId);
    traceDetail("Creating MIB key from spId {}", spId);
    MplsTunnelTableKey const mibKey = mibKeyFor(spId);
    std::string_view failed;
-   auto const join = joinInputs(inputs_, request, spId, standIn, isAdd, failed);
-   if (!join) return traceFilter(failed);
-   if (isAdd) {
-      outputs_.putRow(texts, mibKey, *join);
-   } else {
-      outputs_.deleteRow(mibKey);
+   // What an event brings may have gone while it waited for its turn: an add looks again.
+   auto const join = [&] { return joinInputs(inputs_, request, spId, isAdd ? StandIn() : standIn, isAdd, failed); };
+   auto joined = join();
+   if (!joined) return traceFilter(failed);
+   if (!isAdd) return outputs_.deleteRow(mibKey);
+   if (!isSoleRequest(request, spId)) return;
+   // And once more behind the observers of a row that had to make way.
+   if (outputs_.clear(mibKey, *joined) && (isMarkedForDeletion() || !(joined = join()))) return;
+   if (outputs_.putRow(texts, mibKey, *joined)) {
+      unsettled_.remove(spId);
+   } else if (!outputs_.isIndexLeft()) {
+      withoutIndex_.insertOrAssign(spId, Vel::Unit());
+      unsettled_.remove(spId);
    }
 }
 
-/// Whether the inputs as they are now make exactly this row: its sp id has one request, whose joined inputs are those
-/// of the row.
-bool RsvpSnmpSubTunnelStatusSm::isEntitled(MplsTunnelTableEntry const& row) const {
-   RsvpSpId const spId = spIdFor(row.key());
+/// Whether the sp id is this request's and nobody else's, as published and in the reverse index.
+bool RsvpSnmpSubTunnelStatusSm::isSoleRequest(RsvpLerLspRequestConfigId const& request, RsvpSpId const& spId) const {
    auto const set = localAttrStore_->lspReqConfIdsForSpId()[spId];
-   if (!set || set->lrciSet().size() != 1) return false;
-   std::string_view failed;
-   auto const join = joinInputs(inputs_, set->lrciSet().begin()->key, spId, {}, true, failed);
-   return join && outputs_.isRowOf(row, *join);
+   return !retracted_ && set && set->lrciSet().size() == 1 && set->lrciSet().contains(request) &&
+          inputs_.spId(request) == Vel::Optional<RsvpSpId>(spId);
 }
 
-/// While an sp id is ambiguous its pipelines stop, so its row can outlive the inputs that it was made from. Once the
-/// sp id is not ambiguous any more, such a row goes.
-void RsvpSnmpSubTunnelStatusSm::settle(RsvpSpId const& spId) {
-   auto const row = mib_->mplsTunnelTable()[mibKeyFor(spId)];
-   if (row && !isEntitled(*row)) outputs_.deleteRow(row->key());
+/// The rule: the joined inputs of the row that an sp id has a right to, as the inputs are now. REQUIRES: the sp id is
+/// not ambiguous.
+Vel::Optional<Join> RsvpSnmpSubTunnelStatusSm::entitlement(RsvpSpId const& spId) const {
+   auto const set = localAttrStore_->lspReqConfIdsForSpId()[spId];
+   if (!set || set->lrciSet().empty()) return Vel::None;
+   RsvpLerLspRequestConfigId const request = set->lrciSet().begin()->key;
+   if (!isSoleRequest(request, spId)) return Vel::None;
+   std::string_view failed;
+   return joinInputs(inputs_, request, spId, {}, true, failed);
+}
+
+/// Makes the unit of an sp id what the rule says, whatever the pipelines have made of it: their look-ups end them where
+/// another input has gone as well, and while an sp id is ambiguous they stop.
+void RsvpSnmpSubTunnelStatusSm::settle(StreamTexts const& texts, RsvpSpId const& spId) {
+   if (isMarkedForDeletion() || isAmbiguous(spId)) return;
+   MplsTunnelTableKey const key = mibKeyFor(spId);
+   auto join = entitlement(spId);
+   if (auto const row = mib_->mplsTunnelTable()[key]) {
+      if (join && outputs_.isRowOf(*row, *join)) return;
+      // What the scan has not come to yet is left to the reconciliation.
+      if (!join && outputs_.isOfEarlierLife(key)) return;
+      outputs_.deleteRow(key);
+      if (isMarkedForDeletion()) return;
+      join = entitlement(spId);
+   }
+   if (!join) return;
+   if (!outputs_.isIndexLeft()) {
+      withoutIndex_.insertOrAssign(spId, Vel::Unit());
+   } else {
+      outputs_.putRow(texts, key, *join);
+   }
+}
+
+/// Settles what the event has touched, and then those that wait for a hop index, as far as there are any.
+void RsvpSnmpSubTunnelStatusSm::settleAll(StreamTexts const& texts) {
+   while (auto const spId = unsettled_.take()) settle(texts, *spId);
+   while (!withoutIndex_.empty() && outputs_.isIndexLeft() && !isMarkedForDeletion()) {
+      RsvpSpId const spId = withoutIndex_.begin()->key;
+      withoutIndex_.erase(spId);
+      settle(texts, spId);
+   }
 }
 
 }  // namespace MplsSnmp
-
-// ---- Where the input paths deliver
-
-namespace MplsSnmp::FloCode::RsvpSnmpSubTunnelStatusSm {
-
-void SpidPath::deliver(Owner& owner, Rsvp::RsvpLerLspRequestConfigId const& id,
-                       Vel::Optional<Rsvp::RsvpSpId> const& spId) {
-   owner.eventToSpidStream(id, spId);
-}
-void SpidPath::scanComplete(Owner& owner) { owner.inputScanComplete(&InputSmScanState::spidStreamScan); }
-
-void SpsPath::deliver(Owner& owner, Rsvp::RsvpSpId const& spId, Vel::Optional<SpStatusPtr> const& status) {
-   owner.eventToSpsStream(spId, status);
-}
-void SpsPath::scanComplete(Owner& owner) { owner.inputScanComplete(&InputSmScanState::spsStreamScan); }
-
-void StcPath::deliver(Owner& owner, Rsvp::RsvpLerTunnelSpecId const& tunnel, Rsvp::RsvpLerSubTunnelConfigId const& id,
-                      Vel::Optional<SubTunnelConfigPtr> const& config) {
-   owner.eventToStcStream(tunnel, id, config);
-}
-void StcPath::scanComplete(Owner& owner) { owner.inputScanComplete(&InputSmScanState::stcStreamScan); }
-
-void LrsPath::deliver(Owner& owner, Rsvp::RsvpLerLspGroupId const& group, Rsvp::RsvpLerLspRequestConfigId const& id,
-                      Vel::Optional<RequestStatusPtr> const& status) {
-   owner.eventToLrsStream(group, id, status);
-}
-void LrsPath::scanComplete(Owner& owner) { owner.inputScanComplete(&InputSmScanState::lrsStreamScan); }
-
-void StsPath::deliver(Owner& owner, Rsvp::RsvpLerTunnelSpecId const& tunnel, Rsvp::RsvpLerSubTunnelConfigId const& id,
-                      Vel::Optional<Rsvp::RsvpLerLspRequestConfigId> const& activeLsp) {
-   owner.eventToStsStream(tunnel, id, activeLsp);
-}
-void StsPath::scanComplete(Owner& owner) { owner.inputScanComplete(&InputSmScanState::stsStreamScan); }
-
-bool BuiltinSmAttrNinitializedSm0::doInputScan() {
-   if (scanDone()) return true;
-   Vel::Ptr<Owner> const keep(owner_);
-   if (!owner_->eventToInitStream()) return false;
-   traceDetail("{} scan complete.", className());
-   traceDetail("{} scan, and parent scan, complete.", className());
-   scanDoneIs(true);
-   return true;
-}
-
-Flo::SmControl const& BuiltinSmAttrNinitializedSm0::control() const { return owner_->floControl(); }
-
-std::string BuiltinSmAttrNinitializedSm0::taskName() const {
-   return fmt::format("MplsSnmp::RsvpSnmpSubTunnelStatusSm-{}InputScanTask", className());
-}
-
-void BuiltinSmAttrNinitializedSm0::inputScanComplete() { owner_->inputScanComplete(&InputSmScanState::initStreamScan); }
-
-}  // namespace MplsSnmp::FloCode::RsvpSnmpSubTunnelStatusSm

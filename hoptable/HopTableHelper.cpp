@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "hoptable/HopTableHelper.h"
 
+#include <algorithm>
 #include <array>
+#include <vector>
 
 #include "hoptable/Types.h"
+#include "substrate/flo/Turn.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/Mutators.h"
 
@@ -36,6 +39,12 @@ void refuseOther(Vel::Ptr<T> const& existing, Vel::Ptr<T> const& input, std::str
    if (existing != input) Vel::throwMutatorReinstantiating(kTypeName, kEntries, argument);
 }
 
+/// Those that there are: few, one as a rule.
+std::vector<HopTableHelper*>& helpers() {
+   static std::vector<HopTableHelper*> all;
+   return all;
+}
+
 }  // namespace
 
 Vel::TypeInfo const& HopTableHelper::typeInfo() {
@@ -58,7 +67,12 @@ Vel::Ptr<HopTableHelper> HopTableHelper::HopTableHelperIs() {
 
 Vel::Ptr<HopTableHelper> hopTableHelperFactory() { return HopTableHelper::HopTableHelperIs(); }
 
-HopTableHelper::~HopTableHelper() { pathSpecCollTableSmDelAll(); }
+HopTableHelper::HopTableHelper() { helpers().push_back(this); }
+
+HopTableHelper::~HopTableHelper() {
+   std::erase(helpers(), this);
+   pathSpecCollTableSmDelAll();
+}
 
 Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmIs(std::uint32_t hopTableIndex,
                                                                     LerConfigPtr const& lerConfig,
@@ -76,9 +90,29 @@ Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmIs(std::uint32_
       refuseOther(existing->mplsTeMib(), mplsTeMib, "mplsTeMib");
       return existing;
    }
-   auto const entry = pathSpecCollTableSmFactory(hopTableIndex, lerConfig, subTunnelStatus, subTunnelConfig, mplsTeMib);
-   Vel::setMember(*this, attrPathSpecCollTableSm, pathSpecCollTableSm_, hopTableIndex, entry);
-   return entry;
+   // What observers of the hop rows set off waits until the entry stands under its index.
+   return Flo::Turn::hold([&] {
+      auto const entry =
+            pathSpecCollTableSmFactory(hopTableIndex, lerConfig, subTunnelStatus, subTunnelConfig, mplsTeMib);
+      if (pathSpecCollTableSm_.contains(hopTableIndex)) {
+         // An observer of the hop rows has been quicker.
+         entry->retire();
+         return pathSpecCollTableSmIs(hopTableIndex, lerConfig, subTunnelStatus, subTunnelConfig, mplsTeMib);
+      }
+      Vel::setMember(*this, attrPathSpecCollTableSm, pathSpecCollTableSm_, hopTableIndex, entry);
+      return entry;
+   });
+}
+
+void HopTableHelper::otherKeepersDel(std::uint32_t hopTableIndex, MplsTeMibPtr const& mplsTeMib) const {
+   // A copy: the observers of the hop rows may make helpers and let others go.
+   std::vector<HopTableHelper*> const all = helpers();
+   for (HopTableHelper* const helper : all) {
+      if (helper == this || std::ranges::find(helpers(), helper) == helpers().end()) continue;
+      Vel::Ptr<HopTableHelper> const keep(helper);
+      auto const entry = helper->pathSpecCollTableSm(hopTableIndex);
+      if (entry && entry->mplsTeMib() == mplsTeMib) helper->pathSpecCollTableSmDel(hopTableIndex);
+   }
 }
 
 Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmDel(std::uint32_t hopTableIndex) {
@@ -91,7 +125,10 @@ Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmDel(std::uint32
 }
 
 void HopTableHelper::pathSpecCollTableSmDelAll() {
-   while (!pathSpecCollTableSm_.empty()) pathSpecCollTableSmDel(pathSpecCollTableSm_.begin()->key);
+   auto const last = pathSpecCollTableSm_.lastBookmark();
+   for (auto at = pathSpecCollTableSm_.begin(); at != pathSpecCollTableSm_.end() && at.bookmark() <= last; ++at) {
+      pathSpecCollTableSmDel(at->key);
+   }
 }
 
 }  // namespace MplsSnmp

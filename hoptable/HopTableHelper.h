@@ -36,10 +36,14 @@ class HopTableHelper : public Vel::PtrInterface {
                                                        MplsTeMibPtr const& mplsTeMib);
    /// Removes the entry with its hop rows and returns it, retired; null when there is none.
    Vel::Ptr<PathSpecCollTableSm> pathSpecCollTableSmDel(std::uint32_t hopTableIndex);
+   /// Removes the entries that there are now; those that an observer puts meanwhile stay.
    void pathSpecCollTableSmDelAll();
+   /// Removes the entries that other helpers of the process have for this index of this MIB: a hop list is kept by one
+   /// chain, and a derivation over this helper takes the lists of an earlier one over.
+   void otherKeepersDel(std::uint32_t hopTableIndex, MplsTeMibPtr const& mplsTeMib) const;
 
  private:
-   HopTableHelper() = default;
+   HopTableHelper();
 
    Entries pathSpecCollTableSm_;
 };

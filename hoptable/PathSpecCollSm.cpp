@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "hoptable/PathSpecCollSm.h"
 
+#include "hoptable/Building.h"
 #include "hoptable/Child.h"
 #include "hoptable/Trace.h"
 
@@ -18,8 +19,10 @@ Vel::Ptr<PathSpecCollSm> PathSpecCollSm::PathSpecCollSmIs(std::uint32_t hopTable
                                                           MplsTeMibPtr const& mplsTeMib) {
    Vel::Ptr<PathSpecCollSm> const sm(
          new PathSpecCollSm(hopTableIndex, pathSpecCollTable, subTunnelStatus, subTunnelConfig, mplsTeMib));
-   sm->handlePathSpecColl();
-   sm->hasNotificationActiveIs(true);
+   Building::run(*sm, [&] {
+      sm->handlePathSpecColl();
+      if (!sm->isMarkedForDeletion()) sm->hasNotificationActiveIs(true);
+   });
    return sm;
 }
 
@@ -44,6 +47,7 @@ void PathSpecCollSm::retire() {
    if (isMarkedForDeletion()) return;
    markedForDeletionIs(true);
    if (velPathSpecCollTable_) velPathSpecCollTable_->retire();
+   Building::retire(*this);
    pathSpecSmDel();
 }
 
@@ -90,12 +94,6 @@ void PathSpecCollSm::handlePathSpecColl(Rsvp::RsvpLerTunnelSource source) {
       HopTrace::detail(__func__, "Delete pathSpecSm");
       pathSpecSmDel();
    }
-   // Who learns of the rows may have changed what they are made of.
-   if (isMarkedForDeletion()) {
-      pathSpecSmDel();
-   } else if (pathSpecCollTable()->pathSpecColl()[source] != coll) {
-      handlePathSpecColl(source);
-   }
 }
 
 void PathSpecCollSm::maybeAddMibEntries() {
@@ -106,8 +104,8 @@ Vel::Ptr<PathSpecSm> PathSpecCollSm::pathSpecSmIs(std::uint32_t hopTableIndex, P
                                                   SubTunnelStatusPtr const& subTunnelStatus,
                                                   SubTunnelConfigPtr const& subTunnelConfig,
                                                   MplsTeMibPtr const& mplsTeMib) {
-   return childIs(pathSpecSm_, &PathSpecSm::PathSpecSmIs, hopTableIndex, pathSpecColl, subTunnelStatus, subTunnelConfig,
-                  mplsTeMib);
+   return childIs(*this, pathSpecSm_, &PathSpecSm::PathSpecSmIs, hopTableIndex, pathSpecColl, subTunnelStatus,
+                  subTunnelConfig, mplsTeMib);
 }
 
 void PathSpecCollSm::pathSpecSmDel() { childDel(pathSpecSm_); }

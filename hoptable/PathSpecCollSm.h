@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "hoptable/InTurn.h"
 #include "hoptable/Inputs.h"
 #include "hoptable/PathSpecSm.h"
 #include "hoptable/Trace.h"
@@ -75,7 +76,9 @@ class PathSpecCollSm::VelPathSpecCollTable
    using Reactor::Reactor;
    void handle(PathSpecCollSm& owner, Vel::AttributeId attribute, void const* key) {
       if (attribute == Rsvp::RsvpLerPathSpecCollTable::attrPathSpecColl) {
-         owner.handlePathSpecColl(*static_cast<Rsvp::RsvpLerTunnelSource const*>(key));
+         inTurn(owner, [source = *static_cast<Rsvp::RsvpLerTunnelSource const*>(key)](PathSpecCollSm& level) {
+            level.handlePathSpecColl(source);
+         });
       }
    }
 };

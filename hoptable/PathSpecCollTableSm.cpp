@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "hoptable/PathSpecCollTableSm.h"
 
+#include "hoptable/Building.h"
 #include "hoptable/Child.h"
 #include "hoptable/Trace.h"
 
@@ -18,8 +19,10 @@ Vel::Ptr<PathSpecCollTableSm> PathSpecCollTableSm::PathSpecCollTableSmIs(std::ui
                                                                          MplsTeMibPtr const& mplsTeMib) {
    Vel::Ptr<PathSpecCollTableSm> const sm(
          new PathSpecCollTableSm(hopTableIndex, lerConfig, subTunnelStatus, subTunnelConfig, mplsTeMib));
-   sm->handleInitialized();
-   sm->hasNotificationActiveIs(true);
+   Building::run(*sm, [&] {
+      sm->handleInitialized();
+      if (!sm->isMarkedForDeletion()) sm->hasNotificationActiveIs(true);
+   });
    return sm;
 }
 
@@ -46,6 +49,7 @@ void PathSpecCollTableSm::retire() {
    if (isMarkedForDeletion()) return;
    markedForDeletionIs(true);
    if (velLerConfig_) velLerConfig_->retire();
+   Building::retire(*this);
    pathSpecCollSmDel();
 }
 
@@ -73,12 +77,6 @@ void PathSpecCollTableSm::handlePathSpecCollTable() {
       HopTrace::detail(__func__, "Delete PathSpecCollSm");
       pathSpecCollSmDel();
    }
-   // Who learns of the rows may have changed what they are made of.
-   if (isMarkedForDeletion()) {
-      pathSpecCollSmDel();
-   } else if (lerConfig()->pathSpecCollTable() != table) {
-      handlePathSpecCollTable();
-   }
 }
 
 Vel::Ptr<PathSpecCollSm> PathSpecCollTableSm::pathSpecCollSmIs(std::uint32_t hopTableIndex,
@@ -86,8 +84,8 @@ Vel::Ptr<PathSpecCollSm> PathSpecCollTableSm::pathSpecCollSmIs(std::uint32_t hop
                                                                SubTunnelStatusPtr const& subTunnelStatus,
                                                                SubTunnelConfigPtr const& subTunnelConfig,
                                                                MplsTeMibPtr const& mplsTeMib) {
-   return childIs(pathSpecCollSm_, &PathSpecCollSm::PathSpecCollSmIs, hopTableIndex, pathSpecCollTable, subTunnelStatus,
-                  subTunnelConfig, mplsTeMib);
+   return childIs(*this, pathSpecCollSm_, &PathSpecCollSm::PathSpecCollSmIs, hopTableIndex, pathSpecCollTable,
+                  subTunnelStatus, subTunnelConfig, mplsTeMib);
 }
 
 void PathSpecCollTableSm::pathSpecCollSmDel() { childDel(pathSpecCollSm_); }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "hoptable/InTurn.h"
 #include "hoptable/Inputs.h"
 #include "hoptable/PathSpecCollSm.h"
 #include "substrate/vel/Reactor.h"
@@ -63,9 +64,11 @@ class PathSpecCollTableSm::VelLerConfig : public Vel::Reactor<VelLerConfig, Path
  public:
    using Reactor::Reactor;
    void handle(PathSpecCollTableSm& owner, Vel::AttributeId attribute, void const*) {
-      if (attribute == Rsvp::RsvpLerConfig::attrPathSpecCollTable) owner.handlePathSpecCollTable();
+      if (attribute == Rsvp::RsvpLerConfig::attrPathSpecCollTable) handleNotifier(owner);
    }
-   void handleNotifier(PathSpecCollTableSm& owner) { owner.handlePathSpecCollTable(); }
+   void handleNotifier(PathSpecCollTableSm& owner) {
+      inTurn(owner, [](PathSpecCollTableSm& level) { level.handlePathSpecCollTable(); });
+   }
 };
 
 /// The same as PathSpecCollTableSm::PathSpecCollTableSmIs.

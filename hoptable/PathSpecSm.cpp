@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "hoptable/PathSpecSm.h"
 
+#include <vector>
+
+#include "hoptable/Building.h"
 #include "hoptable/Trace.h"
 #include "mib/MplsTunnelHopTableEntryRsvp.h"
 
@@ -24,8 +27,10 @@ Vel::Ptr<PathSpecSm> PathSpecSm::PathSpecSmIs(std::uint32_t hopTableIndex, PathS
                                               MplsTeMibPtr const& mplsTeMib) {
    Vel::Ptr<PathSpecSm> const sm(
          new PathSpecSm(hopTableIndex, pathSpecColl, subTunnelStatus, subTunnelConfig, mplsTeMib));
-   sm->handleInitialized();
-   sm->hasNotificationActiveIs(true);
+   Building::run(*sm, [&] {
+      sm->handleInitialized();
+      if (!sm->isMarkedForDeletion()) sm->hasNotificationActiveIs(true);
+   });
    return sm;
 }
 
@@ -46,6 +51,7 @@ void PathSpecSm::retire() {
    if (isMarkedForDeletion()) return;
    markedForDeletionIs(true);
    handleDel();
+   ended_ = true;
    if (velPathSpecColl_) velPathSpecColl_->retire();
    if (velSubTunnelStatus_) velSubTunnelStatus_->retire();
    if (velSubTunnelConfig_) velSubTunnelConfig_->retire();
@@ -182,29 +188,32 @@ void PathSpecSm::maybeAddMibEntries() {
    }
    Rsvp::RsvpLerPath const path = activePath_;
    HopTrace::detail(__func__, "activePath.hop length: ", path.hop().size());
-   // Who learns of a row may change what the rows are made of: then they have been written anew meanwhile.
-   std::uint32_t const rewrite = rewrites_;
    for (auto const& hop : path.hop()) {
       HopTrace::detail(__func__, "adding entry for hop: ", hop.key(), ", ", hop.value());
       auto const row = mplsTunnelHopTableEntryRsvpFactory(MplsTunnelHopTableKey(hopTableIndex_, kPathOption, hop.key()),
                                                           Snmp::InetAddress::fromIpGenAddr(hop.value()), pathSpec_);
       row->hasNotificationActiveIs(true);
       mplsTeMib_->mplsTunnelHopTableIs(row);
-      if (rewrite != rewrites_) return;
+      // An observer of the rows may have ended the chain.
+      if (isMarkedForDeletion()) return;
    }
 }
 
 void PathSpecSm::cleanupMibEntries() {
    HopTrace::entry("void MplsSnmp::PathSpecSm::cleanupMibEntries()", hopTableIndex_);
-   std::uint32_t const rewrite = ++rewrites_;
+   if (ended_) return;
    auto const& table = mplsTeMib_->mplsTunnelHopTable();
-   // The rows of one index stand next to each other.
+   // The rows of one index stand next to each other. Those that there are now go, and not what an observer, told of the
+   // first of them, may put in their place.
+   std::vector<Vel::Ptr<MplsTunnelHopTableEntry const>> rows;
    for (auto position = table.from({hopTableIndex_, 0, 0});
         position != table.end() && position->key().tunnelHopListIndex == hopTableIndex_; ++position) {
-      HopTrace::detail(__func__, "deleting entry for hop: ", position->key().tunnelHopIndex, ", ",
-                       position->value()->hopIpAddr().hex());
-      mplsTeMib_->mplsTunnelHopTableDel(position);
-      if (rewrite != rewrites_) return;
+      rows.push_back(position->value());
+   }
+   for (auto const& row : rows) {
+      if (table[row->key()] != row) continue;
+      HopTrace::detail(__func__, "deleting entry for hop: ", row->key().tunnelHopIndex, ", ", row->hopIpAddr().hex());
+      mplsTeMib_->mplsTunnelHopTableDel(row->key());
    }
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "hoptable/InTurn.h"
 #include "hoptable/Inputs.h"
 #include "hoptable/Trace.h"
 #include "substrate/vel/KeyedNotifiee.h"
@@ -79,7 +80,7 @@ class PathSpecSm : public Vel::PtrInterface {
    void interestsChanged();
 
    std::uint32_t hopTableIndex_;
-   std::uint32_t rewrites_ = 0;  // grows whenever the rows are to be written anew; tells a walk that it is outdated
+   bool ended_ = false;  // its rows are deleted for good; those under its index are a successor's
    Vel::Ptr<VelPathSpecColl> velPathSpecColl_;
    Vel::Ptr<VelSubTunnelStatus> velSubTunnelStatus_;
    Vel::Ptr<VelSubTunnelConfig> velSubTunnelConfig_;
@@ -95,7 +96,9 @@ class PathSpecSm::VelPathSpecColl : public Vel::Reactor<VelPathSpecColl, PathSpe
    using Reactor::Reactor;
    void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const* key) {
       if (attribute == Rsvp::RsvpLerPathSpecCollForSource::attrPathSpec) {
-         owner.handlePathSpec(*static_cast<Rsvp::RsvpLerPathSpecId const*>(key));
+         inTurn(owner, [id = *static_cast<Rsvp::RsvpLerPathSpecId const*>(key)](PathSpecSm& level) {
+            level.handlePathSpec(id);
+         });
       }
    }
 };
@@ -107,16 +110,18 @@ class PathSpecSm::VelSubTunnelStatus
    void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const*) {
       switch (attribute) {
          case Rsvp::RsvpLerSubTunnelStatus::attrActivePath:
-            owner.handleActivePath();
+            handleNotifier(owner);
             break;
          case Rsvp::RsvpLerSubTunnelStatus::attrActiveLsp:
-            owner.handleActiveLsp();
+            inTurn(owner, [](PathSpecSm& level) { level.handleActiveLsp(); });
             break;
          default:
             break;
       }
    }
-   void handleNotifier(PathSpecSm& owner) { owner.handleActivePath(); }
+   void handleNotifier(PathSpecSm& owner) {
+      inTurn(owner, [](PathSpecSm& level) { level.handleActivePath(); });
+   }
 };
 
 class PathSpecSm::VelSubTunnelConfig
@@ -126,21 +131,27 @@ class PathSpecSm::VelSubTunnelConfig
    void handle(PathSpecSm& owner, Vel::AttributeId attribute, void const*) {
       switch (attribute) {
          case Rsvp::RsvpLerSubTunnelConfig::attrPrimaryPathSpecId:
-            owner.interestsChanged();
-            owner.handlePrimaryPathSpecId();
+            inTurn(owner, [](PathSpecSm& level) {
+               level.interestsChanged();
+               level.handlePrimaryPathSpecId();
+            });
             break;
          case Rsvp::RsvpLerSubTunnelConfig::attrSecondaryPathSpecId:
-            owner.interestsChanged();
-            owner.handleSecondaryPathSpecId();
+            inTurn(owner, [](PathSpecSm& level) {
+               level.interestsChanged();
+               level.handleSecondaryPathSpecId();
+            });
             break;
          default:
             break;
       }
    }
    void handleNotifier(PathSpecSm& owner) {
-      owner.interestsChanged();
-      owner.handlePrimaryPathSpecId();
-      owner.handleSecondaryPathSpecId();
+      inTurn(owner, [](PathSpecSm& level) {
+         level.interestsChanged();
+         level.handlePrimaryPathSpecId();
+         level.handleSecondaryPathSpecId();
+      });
    }
 };
 

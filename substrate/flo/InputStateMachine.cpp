@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "substrate/flo/InputStateMachine.h"
 
+#include "substrate/flo/Turn.h"
 #include "substrate/trel/Assert.h"
 
 namespace Flo::Gen {
@@ -21,7 +22,7 @@ void InputStateMachine::handleInitialized() {
 
 void InputStateMachine::doInitializeTask() {
    task_ = Vel::makePtr<Orb::Task>(control().scheduler(), control().taskPriority, taskName(),
-                                   [this](Orb::Task&) { scan(); });
+                                   [this](Orb::Task&) { Turn::take([machine = Vel::Ptr(this)] { machine->scan(); }); });
    task_->scheduleTask();
 }
 
@@ -39,6 +40,13 @@ void InputStateMachine::scan() {
    }
    task_ = nullptr;
    inputScanComplete();
+}
+
+void InputStateMachine::velDoZombieReactors(bool zombie) {
+   markedForDeletionIs(zombie);
+   if (!zombie) return;
+   PtrInterface::hasNotificationActiveIs(false);
+   task_ = nullptr;
 }
 
 bool InputStateMachine::shouldYield() const {

@@ -34,8 +34,9 @@ class InputStateMachine : public Vel::PtrInterface {
    bool inReactor() const { return top().inReactor_; }
    void inReactorIs(bool inReactor) { top().inReactor_ = inReactor; }
 
-   /// Retires (or revives) the machine's reactors and those of its children.
-   virtual void velDoZombieReactors(bool zombie) = 0;
+   /// Retires the machine, its scan with it: it does nothing any more, whoever still holds it. Machines override this
+   /// to do the same to their reactors and children.
+   virtual void velDoZombieReactors(bool zombie);
 
    virtual std::string_view className() const = 0;
 

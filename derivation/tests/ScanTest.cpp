@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The initial scan, its tasks, the reconciliation of what an earlier life left behind, and retraction.
 #include "derivation/tests/Derivation.h"
+#include "tests/support/Observer.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -289,6 +290,37 @@ TEST_F(Scan, RetractionTakesEverythingBackInItsOrder) {
                            "doDeleteAll SubTunnelStatusSm3", "doDeleteAll ActiveLspSm4"));
    head.tunnelIs("cli:new", "cli:new@primary.1", "10.0.0.9/99/10.0.0.1/1");
    EXPECT_EQ(rows(), 0U) << "a retracted derivation follows nothing any more";
+}
+
+TEST_F(Scan, RetractionDuringTheScanLeavesNothingEither) {
+   for (int slices = 0; slices < 40; ++slices) {
+      SCOPED_TRACE(slices);
+      head.tunnelIs(kParis, kParisPrimary, kSp12);
+      head.tunnelIs(kRome, kRomePrimary, kSp40);
+      startSynchronous();
+      sm = nullptr;  // its rows stay behind
+      startWithTasks();
+      scheduler->yieldPolicyIs([] { return true; });
+      for (int n = 0; n < slices; ++n) scheduler->runSlice(std::chrono::microseconds(0));
+      sm->doDeleteAll();
+      EXPECT_TRUE(sm->localAttrStore().lspReqConfIdsForSpId().empty());
+      scheduler->runAll();
+      EXPECT_TRUE(sm->idle());
+      EXPECT_EQ(rows(), 0U);
+      EXPECT_TRUE(head.mib->mplsTunnelHopTable().empty());
+      expectConsistent();
+   }
+}
+
+TEST_F(Scan, RetractionInsideANotificationOfTheOutputs) {
+   head.tunnelIs(kParis, kParisPrimary, kSp12);
+   head.tunnelIs(kRome, kRomePrimary, kSp40);
+   startSynchronous();
+   auto const observer = TestSupport::atNotification(*head.mib, 1, [&] { sm->doDeleteAll(); });
+   head.configIs(kParis);
+   EXPECT_EQ(rows(), 0U);
+   EXPECT_TRUE(sm->idle());
+   expectConsistent();
 }
 
 TEST_F(Scan, ATableThatIsDroppedAndBroughtBackTakesItsRowsAlongAndBringsThemBack) {

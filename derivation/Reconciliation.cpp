@@ -133,6 +133,7 @@ void RsvpSnmpSubTunnelStatusSm::reconcileTunnelTable() {
       output.bookmark = key;
       if (outputs_.isOfEarlierLife(key)) {
          staleRowDel(position->value());
+         settleAll(kSpidStream);
          return Step{1, 1};
       }
       // Written during the scan; but its inputs may have gone before their own watcher had come to them.
@@ -170,6 +171,7 @@ void RsvpSnmpSubTunnelStatusSm::reconcileHopEntries() {
       std::uint32_t const hopIndex = position->key;
       if (output.seen.contains(HopTableHelperPathSpecCollTableSmOutputKeyType(hopIndex))) return Step{1, 0};
       staleHopEntryDel(hopIndex);
+      settleAll(kSpidStream);
       return Step{1, 1};
    });
 }

@@ -201,9 +201,11 @@ void RsvpSnmpSubTunnelStatusSm::rowTail(StreamTexts const& texts, RsvpLerLspRequ
    auto joined = join();
    if (!joined) return traceFilter(failed);
    if (!isAdd) return outputs_.deleteRow(mibKey);
-   if (!isSoleRequest(request, spId)) return;
+   if (!isSoleRequest(request, spId) || !isHeardOf(request, spId, *joined)) return;
    // And once more behind the observers of a row that had to make way.
-   if (outputs_.clear(mibKey, *joined) && (isMarkedForDeletion() || !(joined = join()))) return;
+   if (outputs_.clear(mibKey, *joined) && (isMarkedForDeletion() || !(joined = entitlement(spId)))) {
+      return;
+   }
    if (outputs_.putRow(texts, mibKey, *joined)) {
       unsettled_.remove(spId);
    } else if (!outputs_.isIndexLeft()) {
@@ -227,7 +229,20 @@ Vel::Optional<Join> RsvpSnmpSubTunnelStatusSm::entitlement(RsvpSpId const& spId)
    RsvpLerLspRequestConfigId const request = set->lrciSet().begin()->key;
    if (!isSoleRequest(request, spId)) return Vel::None;
    std::string_view failed;
-   return joinInputs(inputs_, request, spId, {}, true, failed);
+   auto const join = joinInputs(inputs_, request, spId, {}, true, failed);
+   return join && isHeardOf(request, spId, *join) ? join : Vel::None;
+}
+
+/// Whether the streams have heard of all that a row would be made of. What is ahead of them comes with an event of its
+/// own; a row over it could not be found again when it goes before that. During the initial scan there is no such
+/// order: the reconciliation looks at every row that it has made.
+bool RsvpSnmpSubTunnelStatusSm::isHeardOf(RsvpLerLspRequestConfigId const& request, RsvpSpId const& spId,
+                                          Join const& join) const {
+   if (!initialScanDone_) return true;
+   auto const& subTunnel = request.subTunnelConfigId();
+   SubTunnelKey const key{subTunnel.tunnelSpecId(), subTunnel};
+   return cacheAttr0_[key] == request && cacheAttr1_[key] == join.subTunnelConfig &&
+          cacheAttr2_[{request.lspGroupId, request}] == join.lspRequestStatus && cacheAttr3_[spId] == join.spStatus;
 }
 
 /// Makes the unit of an sp id what the rule says, whatever the pipelines have made of it: their look-ups end them where

@@ -70,8 +70,9 @@ Vel::Ptr<HopTableHelper> hopTableHelperFactory() { return HopTableHelper::HopTab
 HopTableHelper::HopTableHelper() { helpers().push_back(this); }
 
 HopTableHelper::~HopTableHelper() {
-   std::erase(helpers(), this);
+   // Known as a helper until its last entry has gone: an observer of the hop rows may have another take a list over.
    pathSpecCollTableSmDelAll();
+   std::erase(helpers(), this);
 }
 
 Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmIs(std::uint32_t hopTableIndex,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -9,23 +10,43 @@
 
 namespace Model {
 
-/// Recomputes all tables from the inputs, the naive way, and compares.
+/// Recomputes all tables from the published ids and objects, the naive way, and compares.
 class Oracle {
  public:
-   /// What is wrong, one line each; empty when all holds. REQUIRES: the derivation is idle.
-   std::vector<std::string> check(World const& world, bool afterRestart);
+   /// What the worlds held, summed over the checks.
+   struct Held {
+      std::uint64_t checks = 0;
+      std::uint64_t spIds = 0;  ///< that a request maps to
+      std::uint64_t rows = 0;
+      std::uint64_t ambiguous = 0;
+      std::uint64_t hopRows = 0;
+   };
+
+   /// What is wrong, one line each; empty when all holds. REQUIRES: no task is left.
+   std::vector<std::string> check(World const& world);
+   Held const& held() const { return held_; }
 
  private:
-   using Rows = std::map<MplsSnmp::MplsTunnelTableKey, Vel::Ptr<MplsSnmp::MplsTunnelTableEntry const>>;
+   using Key = MplsSnmp::MplsTunnelTableKey;
+   using Requests = std::set<Rsvp::RsvpLerLspRequestConfigId>;
 
-   void checkTunnelRows(World const& world, bool afterRestart);
+   void checkRetracted(World const& world);
+   void checkSilenced(World const& world);
+   void checkTunnelRows(World const& world);
+   void checkAmbiguous(World const& world, Rsvp::RsvpSpId const& spId, Requests const& requests);
+   void checkReverseIndex(World const& world);
    void checkIndices(World const& world);
    void checkHopRows(World const& world);
+   template <class... Args>
+   void wrong(fmt::format_string<Args...> format, Args&&... args) {
+      wrong_.push_back(fmt::format(format, std::forward<Args>(args)...));
+   }
 
    std::vector<std::string> wrong_;
-   // The last check: its rows, and how many requests each sp id had.
-   Rows rows_;
-   std::map<Rsvp::RsvpSpId, std::size_t> requests_;
+   std::map<Rsvp::RsvpSpId, Requests> requests_;  // now
+   std::map<Rsvp::RsvpSpId, Requests> before_;    // at the last check
+   std::map<Key, World::Row> rows_;               // at the last check
+   Held held_;
 };
 
 }  // namespace Model

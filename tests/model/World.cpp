@@ -16,99 +16,49 @@ using Rsvp::RsvpLerSubTunnelConfigId;
 using Rsvp::RsvpLerTunnelSource;
 using Rsvp::RsvpLerTunnelSpecId;
 
-/// Another collection, filled from the members of this one: `set` puts each of them, another in its place, or none.
-template <class Coll, class Map, class Set>
-Vel::Ptr<Coll> copied(Map const& members, Set&& set) {
-   auto const copy = Vel::makePtr<Coll>();
-   for (auto const& entry : members) set(*copy, entry.key, entry.value);
-   return copy;
-}
-
 }  // namespace
-
-World::World(std::uint64_t seed)
-      : random_(seed),
-        mib_(MplsSnmp::mplsTeMibFactory("mplsTeMib")),
-        hopTableHelper_(MplsSnmp::hopTableHelperFactory()),
-        lerConfig_(Vel::makePtr<Rsvp::RsvpLerConfig>("lerConfig")),
-        lerStatus_(Vel::makePtr<Rsvp::RsvpLerHiveStatus>("lerStatus")),
-        kelpStatus_(Vel::makePtr<Rsvp::RsvpKelpStatus>("kelpStatus")),
-        counterTable_(Vel::makePtr<Tallies::CounterTable>("counters")),
-        root_(MplsSnmp::Root::RootIs("root")) {}
-
-World::~World() { root_->rsvpTeSnmpAgentDel(); }
-
-void World::start() {
-   root_->rsvpTeSnmpAgentIs(mib_, hopTableHelper_, lerConfig_, lerStatus_, kelpStatus_, counterTable_);
-}
-
-std::string World::restart() {
-   bulk_ = true;
-   std::string what = "restart";
-   // Either the old agent is taken away first, or it is replaced while it lives.
-   bool const away = chance(50);
-   if (away) root_->rsvpTeSnmpAgentDel();
-   if (chance(30)) {
-      counterTable_ = Vel::makePtr<Tallies::CounterTable>("counters");
-      what += " with other counters";
-   }
-   if (chance(20)) {
-      auto const fresh = Vel::makePtr<Rsvp::RsvpLerConfig>("lerConfig");
-      fresh->pathSpecCollTableIs(lerConfig_->pathSpecCollTable());
-      lerConfig_ = fresh;
-      what += " with another configuration";
-   }
-   if (chance(20)) {
-      auto const fresh = Vel::makePtr<Rsvp::RsvpKelpStatus>("kelpStatus");
-      fresh->spStatusCollIs(kelpStatus_->spStatusColl());
-      kelpStatus_ = fresh;
-      what += " with another path status";
-   }
-   if (away && chance(50)) what += ", " + event();
-   bulk_ = true;
-   start();
-   return what;
-}
-
-std::string World::event() {
-   bulk_ = false;
-   auto const kind = pick(100);
-   if (kind < 22) return spIdEvent();
-   if (kind < 34) return configEvent();
-   if (kind < 56) return statusEvent();
-   if (kind < 66) return requestStatusEvent();
-   if (kind < 76) return spStatusEvent();
-   if (kind < 90) return pathSpecEvent();
-   return kind < 96 ? collectionEvent() : tableEvent();
-}
 
 // ---- What there is
 
 RsvpLerTunnelSource World::anySource() { return static_cast<RsvpLerTunnelSource>(pick(2)); }
 
 RsvpLerSubTunnelConfigId World::anySubTunnel() {
-   static std::array const names{Rsvp::storedName("paris"), Rsvp::storedName("rome"), Rsvp::storedName("oslo")};
+   static std::array const names{Rsvp::storedName("paris"), Rsvp::storedName("rome"), Rsvp::storedName("oslo"),
+                                 Rsvp::storedName("bern")};
    RsvpLerSubTunnelConfigId id;
    id.source = anySource();
    id.tunnelName = names[pick(names.size())];
-   id.subTunnel = static_cast<std::uint32_t>(chance(25) ? 1 + pick(2) : 0);
+   id.subTunnel = static_cast<std::uint32_t>(chance(25) ? 1 : 0);
+   return id;
+}
+
+RsvpLerSubTunnelConfigId World::subTunnelOf(RsvpLerTunnelSpecId const& tunnel, std::uint32_t n) {
+   RsvpLerSubTunnelConfigId id;
+   id.source = tunnel.source;
+   id.tunnelName = tunnel.tunnelName;
+   id.subTunnel = n;
    return id;
 }
 
 RsvpLerLspRequestConfigId World::anyRequestOf(RsvpLerSubTunnelConfigId const& id) {
-   return {{id, static_cast<RsvpLerPathSpecType>(pick(2))}, static_cast<std::uint32_t>(pick(2))};
+   return {{id, chance(90) ? RsvpLerPathSpecType::primary : RsvpLerPathSpecType::secondary},
+           static_cast<std::uint32_t>(chance(2) ? 1 : 0)};
 }
 
 RsvpLerLspRequestConfigId World::anyRequest() { return anyRequestOf(anySubTunnel()); }
 
-Rsvp::RsvpSpId World::anySpId() {
+/// The sp id that a request has as a rule: each its own.
+Rsvp::RsvpSpId World::spIdOf(RsvpLerLspRequestConfigId const& request) {
+   auto const [at, isNew] = homes_.emplace(request.valueToStrep(), homes_.size());
    Rsvp::RsvpSpId id;
-   id.session.destination = Lanu::IpGenAddr::fromHostOrder(chance(50) ? 0x0a000009 : 0xc8000009);
-   id.session.tunnelId = static_cast<std::uint16_t>(1 + pick(5));
+   id.session.destination = Lanu::IpGenAddr::fromHostOrder(at->second % 2 == 0 ? 0x0a000009 : 0xc8000009);
+   id.session.tunnelId = static_cast<std::uint16_t>(1 + at->second);
    id.sender.address = Lanu::IpGenAddr::fromHostOrder(0x0a000001);
-   id.sender.lspId = static_cast<std::uint32_t>(1 + pick(2));
+   id.sender.lspId = request.pathSpecType() == RsvpLerPathSpecType::primary ? 1 : 2;
    return id;
 }
+
+Rsvp::RsvpSpId World::anySpId() { return spIdOf(anyRequest()); }
 
 RsvpLerPathSpecId World::anyPathSpecId(RsvpLerTunnelSource source) {
    static std::array const names{Rsvp::storedName("gold"), Rsvp::storedName("silver"), Rsvp::storedName("tin")};
@@ -117,8 +67,9 @@ RsvpLerPathSpecId World::anyPathSpecId(RsvpLerTunnelSource source) {
 
 Rsvp::RsvpLerPath World::anyPath() {
    Rsvp::RsvpLerPath path;
-   for (auto hops = pick(4); hops > 0; --hops) {
-      path.hopIs(static_cast<std::uint32_t>(1 + pick(6)),
+   if (chance(4)) return path;
+   for (auto hops = 3 + pick(8); path.hop().size() < hops;) {
+      path.hopIs(static_cast<std::uint32_t>(1 + pick(30)),
                  Lanu::IpGenAddr::fromHostOrder(static_cast<std::uint32_t>(0x0a010000 + pick(200))));
    }
    return path;
@@ -127,98 +78,164 @@ Rsvp::RsvpLerPath World::anyPath() {
 // ---- The objects, made where they are absent
 
 World::Writable<Rsvp::RsvpLerSpIdMap> World::spIdMap() {
-   if (!lerStatus_->spIdMap()) lerStatus_->spIdMapIs(Vel::makePtr<Rsvp::RsvpLerSpIdMap>());
+   while (!lerStatus_->spIdMap()) Vel::Ptr(lerStatus_)->spIdMapIs(made<Rsvp::RsvpLerSpIdMap>());
    return writable(lerStatus_->spIdMap());
 }
 World::Writable<Rsvp::RsvpSpStatusColl> World::spStatusColl() {
-   if (!kelpStatus_->spStatusColl()) kelpStatus_->spStatusCollIs(Vel::makePtr<Rsvp::RsvpSpStatusColl>());
+   while (!kelpStatus_->spStatusColl()) Vel::Ptr(kelpStatus_)->spStatusCollIs(made<Rsvp::RsvpSpStatusColl>());
    return writable(kelpStatus_->spStatusColl());
 }
 World::Writable<Rsvp::RsvpLerSubTunnelConfigCollTable> World::configTable() {
-   if (!lerStatus_->subTunnelConfigCollTable()) {
-      lerStatus_->subTunnelConfigCollTableIs(Vel::makePtr<Rsvp::RsvpLerSubTunnelConfigCollTable>());
+   while (!lerStatus_->subTunnelConfigCollTable()) {
+      Vel::Ptr(lerStatus_)->subTunnelConfigCollTableIs(made<Rsvp::RsvpLerSubTunnelConfigCollTable>());
    }
    return writable(lerStatus_->subTunnelConfigCollTable());
 }
 World::Writable<Rsvp::RsvpLerSubTunnelStatusCollTable> World::statusTable() {
-   if (!lerStatus_->subTunnelStatusCollTable()) {
-      lerStatus_->subTunnelStatusCollTableIs(Vel::makePtr<Rsvp::RsvpLerSubTunnelStatusCollTable>());
+   while (!lerStatus_->subTunnelStatusCollTable()) {
+      Vel::Ptr(lerStatus_)->subTunnelStatusCollTableIs(made<Rsvp::RsvpLerSubTunnelStatusCollTable>());
    }
    return writable(lerStatus_->subTunnelStatusCollTable());
 }
 World::Writable<Rsvp::RsvpLerLspRequestStatusCollTable> World::requestTable() {
-   if (!lerStatus_->lspRequestStatusCollTable()) {
-      lerStatus_->lspRequestStatusCollTableIs(Vel::makePtr<Rsvp::RsvpLerLspRequestStatusCollTable>());
+   while (!lerStatus_->lspRequestStatusCollTable()) {
+      Vel::Ptr(lerStatus_)->lspRequestStatusCollTableIs(made<Rsvp::RsvpLerLspRequestStatusCollTable>());
    }
    return writable(lerStatus_->lspRequestStatusCollTable());
 }
 World::Writable<Rsvp::RsvpLerPathSpecCollTable> World::pathSpecTable() {
-   if (!lerConfig_->pathSpecCollTable()) {
-      lerConfig_->pathSpecCollTableIs(Vel::makePtr<Rsvp::RsvpLerPathSpecCollTable>());
+   while (!lerConfig_->pathSpecCollTable()) {
+      Vel::Ptr(lerConfig_)->pathSpecCollTableIs(made<Rsvp::RsvpLerPathSpecCollTable>());
    }
    return writable(lerConfig_->pathSpecCollTable());
 }
 World::Writable<Rsvp::RsvpLerSubTunnelConfigColl> World::configColl(RsvpLerTunnelSpecId const& id) {
    auto const table = configTable();
-   if (!table->subTunnelConfigColl()[id]) {
-      table->subTunnelConfigCollIs(id, Vel::makePtr<Rsvp::RsvpLerSubTunnelConfigColl>());
+   while (!table->subTunnelConfigColl()[id]) {
+      table->subTunnelConfigCollIs(id, made<Rsvp::RsvpLerSubTunnelConfigColl>());
    }
    return writable(table->subTunnelConfigColl()[id]);
 }
 World::Writable<Rsvp::RsvpLerSubTunnelStatusColl> World::statusColl(RsvpLerTunnelSpecId const& id) {
    auto const table = statusTable();
-   if (!table->subTunnelStatusColl()[id]) {
-      table->subTunnelStatusCollIs(id, Vel::makePtr<Rsvp::RsvpLerSubTunnelStatusColl>());
+   while (!table->subTunnelStatusColl()[id]) {
+      table->subTunnelStatusCollIs(id, made<Rsvp::RsvpLerSubTunnelStatusColl>());
    }
    return writable(table->subTunnelStatusColl()[id]);
 }
 World::Writable<Rsvp::RsvpLerLspRequestStatusCollForLspGroup> World::requestColl(RsvpLerLspGroupId const& id) {
    auto const table = requestTable();
-   if (!table->lspRequestStatusColl()[id]) {
-      table->lspRequestStatusCollIs(id, Vel::makePtr<Rsvp::RsvpLerLspRequestStatusCollForLspGroup>());
+   while (!table->lspRequestStatusColl()[id]) {
+      table->lspRequestStatusCollIs(id, made<Rsvp::RsvpLerLspRequestStatusCollForLspGroup>());
    }
    return writable(table->lspRequestStatusColl()[id]);
 }
 World::Writable<Rsvp::RsvpLerPathSpecCollForSource> World::pathSpecColl(RsvpLerTunnelSource source) {
    auto const table = pathSpecTable();
-   if (!table->pathSpecColl()[source]) {
-      table->pathSpecCollIs(source, Vel::makePtr<Rsvp::RsvpLerPathSpecCollForSource>());
+   while (!table->pathSpecColl()[source]) {
+      table->pathSpecCollIs(source, made<Rsvp::RsvpLerPathSpecCollForSource>());
    }
    return writable(table->pathSpecColl()[source]);
 }
 
 World::Writable<Rsvp::RsvpLerSubTunnelStatus> World::newStatus(RsvpLerSubTunnelConfigId const& id) {
-   auto const status = Vel::makePtr<Rsvp::RsvpLerSubTunnelStatus>(id);
+   auto const status = made<Rsvp::RsvpLerSubTunnelStatus>(id);
    status->upIs(chance(50));
-   if (chance(80)) status->activeLspIs(chance(95) ? anyRequestOf(id) : anyRequest());
+   if (chance(95)) status->activeLspIs(chance(98) ? anyRequestOf(id) : anyRequest());
    status->activePathIs(anyPath());
    return status;
 }
 
 World::Writable<Rsvp::RsvpLerSubTunnelConfig> World::newConfig(RsvpLerSubTunnelConfigId const& id) {
-   auto const config = Vel::makePtr<Rsvp::RsvpLerSubTunnelConfig>(id);
-   if (chance(80)) config->primaryPathSpecIdIs(anyPathSpecId(id.source));
-   if (chance(60)) config->secondaryPathSpecIdIs(anyPathSpecId(id.source));
+   auto const config = made<Rsvp::RsvpLerSubTunnelConfig>(id);
+   if (chance(97)) config->primaryPathSpecIdIs(anyPathSpecId(id.source));
+   if (chance(90)) config->secondaryPathSpecIdIs(anyPathSpecId(id.source));
    config->fastRerouteIs(chance(50));
    return config;
 }
 
+World::Writable<Rsvp::RsvpLerSubTunnelConfigColl> World::newConfigColl(RsvpLerTunnelSpecId const& id) {
+   auto const coll = made<Rsvp::RsvpLerSubTunnelConfigColl>();
+   for (std::uint32_t n : {0U, 1U}) {
+      RsvpLerSubTunnelConfigId const member = subTunnelOf(id, n);
+      if (chance(70)) coll->subTunnelConfigIs(member, newConfig(member));
+   }
+   return coll;
+}
+
+World::Writable<Rsvp::RsvpLerSubTunnelStatusColl> World::newStatusColl(RsvpLerTunnelSpecId const& id) {
+   auto const coll = made<Rsvp::RsvpLerSubTunnelStatusColl>();
+   for (std::uint32_t n : {0U, 1U}) {
+      RsvpLerSubTunnelConfigId const member = subTunnelOf(id, n);
+      if (chance(70)) coll->subTunnelStatusIs(member, newStatus(member));
+   }
+   return coll;
+}
+
 World::Writable<Rsvp::RsvpLerPathSpec> World::newPathSpec(RsvpLerPathSpecId const& id) {
-   auto const spec = Vel::makePtr<Rsvp::RsvpLerPathSpec>(id);
+   auto const spec = made<Rsvp::RsvpLerPathSpec>(id);
    spec->typeIs(static_cast<Rsvp::RsvpLerPathSpec::Type>(1 + pick(2)));
    return spec;
 }
 
 // ---- What happens
 
+std::string World::change() {
+   auto const kind = pick(100);
+   single_ = kind >= 38 && kind < 98;
+   if (kind < 38) return wholeEvent();
+   if (kind < 47) return spIdEvent();
+   if (kind < 56) return configEvent();
+   if (kind < 74) return statusEvent();
+   if (kind < 80) return requestStatusEvent();
+   if (kind < 85) return spStatusEvent();
+   if (kind < 92) return pathSpecEvent();
+   return kind < 98 ? collectionEvent() : tableEvent();
+}
+
+/// Whatever a tunnel lacks comes.
+std::string World::wholeEvent() {
+   auto const id = anySubTunnel();
+   auto const config = configColl(id.tunnelSpecId());
+   if (!config->subTunnelConfig()[id]) config->subTunnelConfigIs(id, newConfig(id));
+   auto const statuses = statusColl(id.tunnelSpecId());
+   if (!statuses->subTunnelStatus()[id]) statuses->subTunnelStatusIs(id, newStatus(id));
+   auto const status = writable(statuses->subTunnelStatus()[id]);
+   if (status && !(status->activeLsp().isSet() && status->activeLsp().subTunnelConfigId() == id)) {
+      status->activeLspIs(anyRequestOf(id));
+   }
+   auto const request = status ? status->activeLsp() : anyRequestOf(id);
+   auto const requests = requestColl(request.lspGroupId);
+   if (!requests->lspRequestStatus()[request]) {
+      requests->lspRequestStatusIs(request, made<Rsvp::RsvpLerLspRequestStatus>(request));
+   }
+   auto const spId = chance(91) ? spIdOf(request) : anySpId();
+   for (auto const type : {RsvpLerPathSpecType::primary, RsvpLerPathSpecType::secondary}) {
+      for (std::uint32_t n : {0U, 1U}) {
+         RsvpLerLspRequestConfigId const other{{id, type}, n};
+         if (other != request) spIdMap()->spIdForLspRequestConfigIdDel(other);
+      }
+   }
+   spIdMap()->spIdForLspRequestConfigIdIs(request, spId);
+   if (!spStatusColl()->spStatus()[spId]) spStatusColl()->spStatusIs(spId, made<Rsvp::RsvpSpStatus>(spId));
+   for (auto const& spec : {anyPathSpecId(id.source), anyPathSpecId(id.source)}) {
+      auto const specs = pathSpecColl(id.source);
+      if (!specs->pathSpec()[spec]) specs->pathSpecIs(spec, newPathSpec(spec));
+   }
+   return fmt::format("{} has all it needs", id);
+}
+
 std::string World::spIdEvent() {
    auto const map = spIdMap();
    auto const id = anyRequest();
-   if (chance(35)) {
+   auto const status =
+         writable(statusColl(id.subTunnelConfigId().tunnelSpecId())->subTunnelStatus()[id.subTunnelConfigId()]);
+   // What is not active any more loses its sp id soon.
+   if (chance(status && status->activeLsp() == id ? 6 : 85)) {
       map->spIdForLspRequestConfigIdDel(id);
       return fmt::format("{} has no sp id", id);
    }
-   auto const spId = anySpId();
+   auto const spId = chance(80) ? spIdOf(id) : anySpId();
    map->spIdForLspRequestConfigIdIs(id, spId);
    return fmt::format("{} has sp id {}", id, spId);
 }
@@ -231,7 +248,11 @@ std::string World::configEvent() {
       coll->subTunnelConfigIs(id, newConfig(id));
       return fmt::format("new configuration of {}", id);
    }
-   switch (pick(4)) {
+   if (chance(4)) {
+      coll->subTunnelConfigIs(id, nullptr);
+      return fmt::format("null in place of the configuration of {}", id);
+   }
+   switch (pick(8)) {
       case 0:
          coll->subTunnelConfigDel(id);
          return fmt::format("configuration of {} gone", id);
@@ -255,7 +276,11 @@ std::string World::statusEvent() {
       coll->subTunnelStatusIs(id, newStatus(id));
       return fmt::format("new status of {}", id);
    }
-   switch (pick(6)) {
+   if (chance(2)) {
+      coll->subTunnelStatusIs(id, nullptr);
+      return fmt::format("null in place of the status of {}", id);
+   }
+   switch (pick(12)) {
       case 0:
          coll->subTunnelStatusDel(id);
          return fmt::format("status of {} gone", id);
@@ -263,13 +288,16 @@ std::string World::statusEvent() {
          status->activeLspIs({});
          return fmt::format("{} has no active LSP", id);
       case 2:
+      case 4:
+      case 5:
+      case 6:
          status->activePathIs(anyPath());
          return fmt::format("another active path of {}", id);
       case 3:
          status->upIs(!status->up());
          return fmt::format("{} goes up or down", id);
       default:
-         status->activeLspIs(chance(95) ? anyRequestOf(id) : anyRequest());
+         status->activeLspIs(chance(98) ? anyRequestOf(id) : anyRequest());
          return fmt::format("active LSP of {} is {}", id, status->activeLsp());
    }
 }
@@ -277,28 +305,36 @@ std::string World::statusEvent() {
 std::string World::requestStatusEvent() {
    auto const id = anyRequest();
    auto const coll = requestColl(id.lspGroupId);
-   if (chance(30)) {
+   if (chance(3)) {
+      coll->lspRequestStatusIs(id, nullptr);
+      return fmt::format("null in place of the status of request {}", id);
+   }
+   if (chance(12)) {
       coll->lspRequestStatusDel(id);
       return fmt::format("status of request {} gone", id);
    }
-   coll->lspRequestStatusIs(id, Vel::makePtr<Rsvp::RsvpLerLspRequestStatus>(id));
+   coll->lspRequestStatusIs(id, made<Rsvp::RsvpLerLspRequestStatus>(id));
    return fmt::format("new status of request {}", id);
 }
 
 std::string World::spStatusEvent() {
    auto const id = anySpId();
-   if (chance(30)) {
+   if (chance(3)) {
+      spStatusColl()->spStatusIs(id, nullptr);
+      return fmt::format("null in place of the status of sp {}", id);
+   }
+   if (chance(12)) {
       spStatusColl()->spStatusDel(id);
       return fmt::format("status of sp {} gone", id);
    }
-   spStatusColl()->spStatusIs(id, Vel::makePtr<Rsvp::RsvpSpStatus>(id));
+   spStatusColl()->spStatusIs(id, made<Rsvp::RsvpSpStatus>(id));
    return fmt::format("new status of sp {}", id);
 }
 
 std::string World::pathSpecEvent() {
    auto const id = anyPathSpecId(anySource());
    auto const coll = pathSpecColl(id.source);
-   if (chance(35)) {
+   if (chance(15)) {
       coll->pathSpecDel(id);
       return fmt::format("path spec {} gone", id);
    }
@@ -309,7 +345,7 @@ std::string World::pathSpecEvent() {
 std::string World::collectionEvent() {
    auto const id = anySubTunnel();
    auto const group = anyRequestOf(id).lspGroupId;
-   bool const gone = chance(40);
+   bool const gone = chance(15);
    switch (pick(4)) {
       case 0: {
          auto const old = configColl(id.tunnelSpecId());
@@ -320,7 +356,7 @@ std::string World::collectionEvent() {
          configTable()->subTunnelConfigCollIs(
                id.tunnelSpecId(), copied<Rsvp::RsvpLerSubTunnelConfigColl>(
                                         old->subTunnelConfig(), [&](auto& coll, auto const& key, auto const& value) {
-                                           if (chance(20)) return;
+                                           if (chance(10)) return;
                                            coll.subTunnelConfigIs(key, chance(50) ? value : newConfig(key));
                                         }));
          return fmt::format("configurations of {} replaced", id.tunnelSpecId());
@@ -334,7 +370,7 @@ std::string World::collectionEvent() {
          statusTable()->subTunnelStatusCollIs(
                id.tunnelSpecId(), copied<Rsvp::RsvpLerSubTunnelStatusColl>(
                                         old->subTunnelStatus(), [&](auto& coll, auto const& key, auto const& value) {
-                                           if (chance(20)) return;
+                                           if (chance(10)) return;
                                            coll.subTunnelStatusIs(key, chance(50) ? value : newStatus(key));
                                         }));
          return fmt::format("statuses of {} replaced", id.tunnelSpecId());
@@ -348,8 +384,9 @@ std::string World::collectionEvent() {
          requestTable()->lspRequestStatusCollIs(
                group, copied<Rsvp::RsvpLerLspRequestStatusCollForLspGroup>(
                             old->lspRequestStatus(), [&](auto& coll, auto const& key, auto const& value) {
-                               if (chance(20)) return;
-                               coll.lspRequestStatusIs(key, value);
+                               if (chance(10)) return;
+                               coll.lspRequestStatusIs(key,
+                                                       chance(70) ? value : made<Rsvp::RsvpLerLspRequestStatus>(key));
                             }));
          return fmt::format("request statuses of {} replaced", group);
       }
@@ -362,7 +399,7 @@ std::string World::collectionEvent() {
          pathSpecTable()->pathSpecCollIs(id.source,
                                          copied<Rsvp::RsvpLerPathSpecCollForSource>(
                                                old->pathSpec(), [&](auto& coll, auto const& key, auto const& value) {
-                                                  if (chance(20)) return;
+                                                  if (chance(10)) return;
                                                   coll.pathSpecIs(key, chance(50) ? value : newPathSpec(key));
                                                }));
          return fmt::format("path specs of source {} replaced", id.source);
@@ -371,77 +408,88 @@ std::string World::collectionEvent() {
 }
 
 std::string World::tableEvent() {
-   bool const gone = chance(30);
+   bool const gone = chance(10);
    switch (pick(6)) {
       case 0: {
-         bulk_ = true;
          auto const old = spIdMap();
          if (gone) {
-            lerStatus_->spIdMapIs(nullptr);
+            Vel::Ptr(lerStatus_)->spIdMapIs(nullptr);
             return "sp id map gone";
          }
-         lerStatus_->spIdMapIs(copied<Rsvp::RsvpLerSpIdMap>(
-               old->spIdForLspRequestConfigId(), [&](auto& map, auto const& key, auto const& value) {
-                  if (chance(10)) return;
-                  map.spIdForLspRequestConfigIdIs(key, chance(80) ? value : anySpId());
-               }));
+         Vel::Ptr(lerStatus_)
+               ->spIdMapIs(copied<Rsvp::RsvpLerSpIdMap>(
+                     old->spIdForLspRequestConfigId(), [&](auto& map, auto const& key, auto const& value) {
+                        if (chance(10)) return;
+                        map.spIdForLspRequestConfigIdIs(key, chance(92) ? value : anySpId());
+                     }));
          return "sp id map replaced";
       }
       case 1: {
          auto const old = spStatusColl();
          if (gone) {
-            kelpStatus_->spStatusCollIs(nullptr);
+            Vel::Ptr(kelpStatus_)->spStatusCollIs(nullptr);
             return "sp statuses gone";
          }
-         kelpStatus_->spStatusCollIs(
-               copied<Rsvp::RsvpSpStatusColl>(old->spStatus(), [&](auto& coll, auto const& key, auto const& value) {
-                  if (chance(10)) return;
-                  coll.spStatusIs(key, chance(70) ? value : Vel::makePtr<Rsvp::RsvpSpStatus>(key));
-               }));
+         Vel::Ptr(kelpStatus_)
+               ->spStatusCollIs(copied<Rsvp::RsvpSpStatusColl>(
+                     old->spStatus(), [&](auto& coll, auto const& key, auto const& value) {
+                        if (chance(10)) return;
+                        coll.spStatusIs(key, chance(70) ? value : made<Rsvp::RsvpSpStatus>(key));
+                     }));
          return "sp statuses replaced";
       }
       case 2: {
          auto const old = configTable();
          if (gone) {
-            lerStatus_->subTunnelConfigCollTableIs(nullptr);
+            Vel::Ptr(lerStatus_)->subTunnelConfigCollTableIs(nullptr);
             return "configuration table gone";
          }
-         lerStatus_->subTunnelConfigCollTableIs(copied<Rsvp::RsvpLerSubTunnelConfigCollTable>(
-               old->subTunnelConfigColl(),
-               [&](auto& table, auto const& key, auto const& value) { table.subTunnelConfigCollIs(key, value); }));
+         Vel::Ptr(lerStatus_)
+               ->subTunnelConfigCollTableIs(copied<Rsvp::RsvpLerSubTunnelConfigCollTable>(
+                     old->subTunnelConfigColl(), [&](auto& table, auto const& key, auto const& value) {
+                        if (chance(8)) return;
+                        table.subTunnelConfigCollIs(key, chance(70) ? value : newConfigColl(key));
+                     }));
          return "configuration table replaced";
       }
       case 3: {
          auto const old = statusTable();
          if (gone) {
-            lerStatus_->subTunnelStatusCollTableIs(nullptr);
+            Vel::Ptr(lerStatus_)->subTunnelStatusCollTableIs(nullptr);
             return "status table gone";
          }
-         lerStatus_->subTunnelStatusCollTableIs(copied<Rsvp::RsvpLerSubTunnelStatusCollTable>(
-               old->subTunnelStatusColl(),
-               [&](auto& table, auto const& key, auto const& value) { table.subTunnelStatusCollIs(key, value); }));
+         Vel::Ptr(lerStatus_)
+               ->subTunnelStatusCollTableIs(copied<Rsvp::RsvpLerSubTunnelStatusCollTable>(
+                     old->subTunnelStatusColl(), [&](auto& table, auto const& key, auto const& value) {
+                        if (chance(8)) return;
+                        table.subTunnelStatusCollIs(key, chance(70) ? value : newStatusColl(key));
+                     }));
          return "status table replaced";
       }
       case 4: {
          auto const old = requestTable();
          if (gone) {
-            lerStatus_->lspRequestStatusCollTableIs(nullptr);
+            Vel::Ptr(lerStatus_)->lspRequestStatusCollTableIs(nullptr);
             return "request status table gone";
          }
-         lerStatus_->lspRequestStatusCollTableIs(copied<Rsvp::RsvpLerLspRequestStatusCollTable>(
-               old->lspRequestStatusColl(),
-               [&](auto& table, auto const& key, auto const& value) { table.lspRequestStatusCollIs(key, value); }));
+         Vel::Ptr(lerStatus_)
+               ->lspRequestStatusCollTableIs(copied<Rsvp::RsvpLerLspRequestStatusCollTable>(
+                     old->lspRequestStatusColl(), [&](auto& table, auto const& key, auto const& value) {
+                        if (chance(8)) return;
+                        table.lspRequestStatusCollIs(key, value);
+                     }));
          return "request status table replaced";
       }
       default: {
          auto const old = pathSpecTable();
          if (gone) {
-            lerConfig_->pathSpecCollTableIs(nullptr);
+            Vel::Ptr(lerConfig_)->pathSpecCollTableIs(nullptr);
             return "path spec table gone";
          }
-         lerConfig_->pathSpecCollTableIs(copied<Rsvp::RsvpLerPathSpecCollTable>(
-               old->pathSpecColl(),
-               [&](auto& table, auto const& key, auto const& value) { table.pathSpecCollIs(key, value); }));
+         Vel::Ptr(lerConfig_)
+               ->pathSpecCollTableIs(copied<Rsvp::RsvpLerPathSpecCollTable>(
+                     old->pathSpecColl(),
+                     [&](auto& table, auto const& key, auto const& value) { table.pathSpecCollIs(key, value); }));
          return "path spec table replaced";
       }
    }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <deque>
 #include <map>
-#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -10,24 +10,33 @@
 
 #include "agent/MplsSnmpAgent.h"
 #include "inputs/rsvp/LerConfig.h"
+#include "tests/support/Observer.h"
 
 namespace Model {
 
-/// A small head end with everything that can happen to it: a few sub-tunnels, LSP requests, sp ids and path specs,
-/// few enough that they meet in every combination.
+/// A small head end with everything that can happen to it: a few sub-tunnels, LSP requests, sp ids and path specs, few
+/// enough that they meet in every combination, and most of them with a row.
+///
+/// Observers sit at every object of it, most of them since before the derivation came to it, and at the outputs. Inside
+/// a notification they do what can happen at any other time.
 class World {
  public:
    using Random = std::mt19937_64;
+   using Row = Vel::Ptr<MplsSnmp::MplsTunnelTableEntry const>;
+   struct Settings {
+      std::uint64_t seed = 1;
+      bool tasks = false;
+      /// Percentage of the notifications inside which something happens.
+      unsigned nesting = 4;
+   };
 
-   explicit World(std::uint64_t seed);
+   explicit World(Settings const& settings);
    ~World();
 
    /// Starts (or starts again) the agent over the inputs.
    void start();
-   /// One random event; its description is for the log of a failure.
+   /// One random event, with what happens inside its notifications; its description is for the log of a failure.
    std::string event();
-   /// An agent restart, over the same inputs or with some of the roots replaced.
-   std::string restart();
 
    MplsSnmp::MplsTeMib const& mib() const { return *mib_; }
    MplsSnmp::HopTableHelper const& hopTableHelper() const { return *hopTableHelper_; }
@@ -38,11 +47,51 @@ class World {
    Rsvp::RsvpLerHiveStatus const& lerStatus() const { return *lerStatus_; }
    Rsvp::RsvpKelpStatus const& kelpStatus() const { return *kelpStatus_; }
    Tallies::CounterTable const& counterTable() const { return *counterTable_; }
-   /// Whether the last event changed several entries of the sp id map at once, or restarted the agent.
-   bool lastEventWasBulk() const { return bulk_; }
+
+   /// What has been so since `settled` was called last: the agent was started, retracted or switched off; what the rows
+   /// under each key were; sp ids whose requests changed.
+   bool restarted() const { return restarted_; }
+   bool retracted() const { return retracted_; }
+   bool silenced() const { return silenced_; }
+   bool wasRow(MplsSnmp::MplsTunnelTableKey const& key, Row const& row) const;
+   /// Whether one entry of one input has changed since, and nothing else.
+   bool quiet() const { return events_ <= 1 && single_ && insideSince_ == 0 && !restarted_; }
+   /// Whether the requests of sp ids may have come and gone since.
+   bool changedInside() const { return events_ > 1 || insideSince_ != 0 || !single_; }
+   void settled();
+   /// Events inside notifications, so far.
+   std::uint64_t nested() const { return nested_; }
 
  private:
-   // Events, one for each kind of input.
+   // Life.cpp: the agent, what is held of it, and what happens inside notifications.
+   std::string life();
+   std::string restart();
+   void told();
+   void letGo();
+   void watch(Vel::Ptr<Vel::PtrInterface const> const& object);
+   void watchMib();
+   template <class T, class... Args>
+   Vel::Ptr<T> made(Args&&... args) {
+      auto const object = Vel::makePtr<T>(std::forward<Args>(args)...);
+      watch(object);
+      return object;
+   }
+   /// Another collection, filled from the members of this one: `set` puts each of them, another in its place, or none.
+   template <class Coll, class Map, class Set>
+   Vel::Ptr<Coll> copied(Map const& members, Set&& set) {
+      auto const copy = made<Coll>();
+      for (auto const& entry : members) {
+         // Copies: somebody who is told may change the members.
+         auto const key = entry.key;
+         auto const value = entry.value;
+         set(*copy, key, value);
+      }
+      return copy;
+   }
+
+   // World.cpp: events, one for each kind of input.
+   std::string change();
+   std::string wholeEvent();
    std::string spIdEvent();
    std::string configEvent();
    std::string statusEvent();
@@ -56,8 +105,10 @@ class World {
    bool chance(unsigned percent) { return pick(100) < percent; }
    Rsvp::RsvpLerTunnelSource anySource();
    Rsvp::RsvpLerSubTunnelConfigId anySubTunnel();
+   static Rsvp::RsvpLerSubTunnelConfigId subTunnelOf(Rsvp::RsvpLerTunnelSpecId const& tunnel, std::uint32_t n);
    Rsvp::RsvpLerLspRequestConfigId anyRequest();
    Rsvp::RsvpLerLspRequestConfigId anyRequestOf(Rsvp::RsvpLerSubTunnelConfigId const& id);
+   Rsvp::RsvpSpId spIdOf(Rsvp::RsvpLerLspRequestConfigId const& request);
    Rsvp::RsvpSpId anySpId();
    Rsvp::RsvpLerPathSpecId anyPathSpecId(Rsvp::RsvpLerTunnelSource source);
    Rsvp::RsvpLerPath anyPath();
@@ -79,12 +130,15 @@ class World {
    Writable<Rsvp::RsvpLerSubTunnelStatusColl> statusColl(Rsvp::RsvpLerTunnelSpecId const& id);
    Writable<Rsvp::RsvpLerLspRequestStatusCollForLspGroup> requestColl(Rsvp::RsvpLerLspGroupId const& id);
    Writable<Rsvp::RsvpLerPathSpecCollForSource> pathSpecColl(Rsvp::RsvpLerTunnelSource source);
+   Writable<Rsvp::RsvpLerSubTunnelConfigColl> newConfigColl(Rsvp::RsvpLerTunnelSpecId const& id);
+   Writable<Rsvp::RsvpLerSubTunnelStatusColl> newStatusColl(Rsvp::RsvpLerTunnelSpecId const& id);
    Writable<Rsvp::RsvpLerSubTunnelStatus> newStatus(Rsvp::RsvpLerSubTunnelConfigId const& id);
    Writable<Rsvp::RsvpLerSubTunnelConfig> newConfig(Rsvp::RsvpLerSubTunnelConfigId const& id);
    Writable<Rsvp::RsvpLerPathSpec> newPathSpec(Rsvp::RsvpLerPathSpecId const& id);
 
+   Settings const settings_;
    Random random_;
-   bool bulk_ = false;
+   std::map<std::string, std::size_t> homes_;  // which sp id is a request's own
    Vel::Ptr<MplsSnmp::MplsTeMib> mib_;
    Vel::Ptr<MplsSnmp::HopTableHelper> hopTableHelper_;
    Vel::Ptr<Rsvp::RsvpLerConfig> lerConfig_;
@@ -92,6 +146,22 @@ class World {
    Vel::Ptr<Rsvp::RsvpKelpStatus> kelpStatus_;
    Vel::Ptr<Tallies::CounterTable> counterTable_;
    Vel::Ptr<MplsSnmp::Root> root_;
+
+   std::deque<Vel::Ptr<Vel::PtrInterface const>> held_;  // agents, derivations and outputs that have been taken out
+   std::vector<Vel::Ptr<MplsSnmp::MplsTeMib>> mibs_;
+   std::vector<Vel::Ptr<MplsSnmp::HopTableHelper>> helpers_;
+   std::vector<Vel::Ptr<TestSupport::Observer>> observers_;
+   std::multimap<MplsSnmp::MplsTunnelTableKey, Row> rowsSeen_;
+   std::string happened_;  // inside the notifications of the event under way
+   unsigned insideSince_ = 0;
+   unsigned depth_ = 0;
+   unsigned insideLeft_ = 0;
+   std::uint64_t nested_ = 0;
+   unsigned events_ = 0;
+   bool single_ = false;
+   bool restarted_ = false;
+   bool retracted_ = false;
+   bool silenced_ = false;
 };
 
 }  // namespace Model

@@ -88,10 +88,9 @@ bool Outputs::isEntryOf(PathSpecCollTableSm const& entry, Join const& join) cons
 bool Outputs::putHopEntry(std::uint32_t hopIndex, Join const& join) {
    // An entry over other inputs is left from an earlier life: an index is bound to its inputs, so it goes first.
    auto const existing = hopTableHelper_->pathSpecCollTableSm()[hopIndex];
-   if (!existing || !isEntryOf(*existing, join)) {
-      hopTableHelper_->pathSpecCollTableSmDel(hopIndex);
-      hopTableHelper_->otherKeepersDel(hopIndex, mib_);
-   }
+   // One of another helper takes the hop rows along, ours are then written anew.
+   bool const others = hopTableHelper_->otherKeepersDel(hopIndex, mib_);
+   if (existing && (others || !isEntryOf(*existing, join))) hopTableHelper_->pathSpecCollTableSmDel(hopIndex);
    hopTableHelperPathSpecCollTableSmOutput.see(HopTableHelperPathSpecCollTableSmOutputKeyType(hopIndex));
    try {
       auto const entry = hopTableHelper_->pathSpecCollTableSmIs(hopIndex, lerConfig_, join.subTunnelStatus,

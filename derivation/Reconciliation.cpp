@@ -138,6 +138,7 @@ void RsvpSnmpSubTunnelStatusSm::reconcileTunnelTable() {
       }
       // Written during the scan; but its inputs may have gone before their own watcher had come to them.
       settle(kSpidStream, spIdFor(key));
+      settleAll(kSpidStream);
       return Step{1, std::size_t{!table.contains(key)}};
    });
 }

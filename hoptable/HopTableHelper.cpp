@@ -105,15 +105,17 @@ Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmIs(std::uint32_
    });
 }
 
-void HopTableHelper::otherKeepersDel(std::uint32_t hopTableIndex, MplsTeMibPtr const& mplsTeMib) const {
+bool HopTableHelper::otherKeepersDel(std::uint32_t hopTableIndex, MplsTeMibPtr const& mplsTeMib) const {
    // A copy: the observers of the hop rows may make helpers and let others go.
+   bool found = false;
    std::vector<HopTableHelper*> const all = helpers();
    for (HopTableHelper* const helper : all) {
       if (helper == this || std::ranges::find(helpers(), helper) == helpers().end()) continue;
       Vel::Ptr<HopTableHelper> const keep(helper);
       auto const entry = helper->pathSpecCollTableSm(hopTableIndex);
-      if (entry && entry->mplsTeMib() == mplsTeMib) helper->pathSpecCollTableSmDel(hopTableIndex);
+      if (entry && entry->mplsTeMib() == mplsTeMib) found |= helper->pathSpecCollTableSmDel(hopTableIndex) != nullptr;
    }
+   return found;
 }
 
 Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmDel(std::uint32_t hopTableIndex) {

@@ -40,7 +40,8 @@ class HopTableHelper : public Vel::PtrInterface {
    void pathSpecCollTableSmDelAll();
    /// Removes the entries that other helpers of the process have for this index of this MIB: a hop list is kept by one
    /// chain, and a derivation over this helper takes the lists of an earlier one over.
-   void otherKeepersDel(std::uint32_t hopTableIndex, MplsTeMibPtr const& mplsTeMib) const;
+   /// True when there was one.
+   bool otherKeepersDel(std::uint32_t hopTableIndex, MplsTeMibPtr const& mplsTeMib) const;
 
  private:
    HopTableHelper();

@@ -15,6 +15,8 @@
 #include "host/agentx/Subagent.h"
 #include "host/daemon/Trial.h"
 #include "host/loop/NetSnmp.h"
+// Behind the library's headers, which it needs.
+#include <net-snmp/agent/agent_callbacks.h>
 
 namespace Daemon {
 

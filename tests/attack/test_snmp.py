@@ -33,11 +33,16 @@ createUser {SIGNER} SHA-256 "{PASSPHRASE}"
 rwuser {SIGNER} auth .1.3.6.1.2.1
 """
 
+# Our own agent serves nothing that can be written: whoever may write, may write anywhere.
+ACCESS_TO_ALL = ACCESS.replace(" .1.3.6.1.2.1\n", "\n")
+
 # Beside the tables: what else an agent of net-snmp serves, its SNMPv3 tables among it.
 ELSEWHERE = [(1, 3, 6, 1, 2, 1, 1, 3, 0), (1, 3, 6, 1, 2, 1, 1, 5, 0), (1, 3, 6, 1, 2, 1, 1, 9, 1, 3, 1),
              (1, 3, 6, 1, 2, 1, 11, 1, 0), (1, 3, 6, 1, 2, 1, 10, 166), (1, 3, 6, 1, 6, 3, 10, 2, 1, 1, 0),
              (1, 3, 6, 1, 6, 3, 16, 1, 5, 2, 1, 3), (1, 3, 6, 1, 6, 3, 15, 1, 2, 2, 1, 3), (1, 3, 6, 1), (1, 3), (2, 100),
-             (1, 3, 6, 1, 4, 1, 8072, 1, 2, 1, 1, 4)]
+             (1, 3, 6, 1, 4, 1, 8072, 1, 2, 1, 1, 4),
+             # Where a SET ends net-snmp's own agent.
+             (1, 3, 6, 1, 6, 3, 15, 1, 2, 2, 1, 5, 2147483647, 1), (1, 3, 6, 1, 6, 3, 16, 1, 4, 1, 4, 2147483648, 1)]
 ROWS = len(below(f"{TABLES['tunnel']}.1.5"))
 NAMES = [ber.numbers(oid) for oid, _ in EXPECTED] + ELSEWHERE * 5
 
@@ -116,7 +121,8 @@ class Attack:
 
 
 def test_mplsted_survives_malformed_messages(tmp_path):
-    with Mplsted(tmp_path, access=ACCESS, listen=("udp:127.0.0.1:0", "tcp:127.0.0.1:0"), **SANITIZER_OPTIONS) as mplsted:
+    with Mplsted(tmp_path, access=ACCESS_TO_ALL, listen=("udp:127.0.0.1:0", "tcp:127.0.0.1:0"),
+                 **SANITIZER_OPTIONS) as mplsted:
         udp, tcp = mplsted.ready()[2]
         Attack(mplsted.process, udp, ("127.0.0.1", int(tcp.split(":")[2]))).run()
 

@@ -173,7 +173,6 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    bool saidReady = false;
    Loop::TaskRunner const tasks(
          [&] {
-            Daemon::freeMemoryIs(Daemon::FreeMemory::kept);
             if (!state.loaded() || std::exchange(saidReady, true)) return;
             serving = toText(Daemon::Ready{module.tunnels(), state.names(), agent.addresses(), configuration.access(),
                                            firstAnswer, since(start),
@@ -183,10 +182,11 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
             std::fflush(stdout);  // somebody who does not listen is no reason to end
             log.warnOfUnknownHandles();
          },
-         failed, [] { Daemon::freeMemoryIs(Daemon::FreeMemory::returned); });
+         failed);
    firstAnswer = since(start);
    notify.ready(serving);
-   agent.run();
+   Daemon::AnswerMemory const answers;
+   agent.run(Daemon::AnswerMemory::nextTurn);
 }
 
 int fail(std::string_view message, int code) {

@@ -3,8 +3,6 @@
 
 #include <sys/eventfd.h>
 
-#include <utility>
-
 #include "host/loop/NetSnmp.h"
 
 namespace Loop {
@@ -16,10 +14,9 @@ constexpr std::chrono::milliseconds kSlice(2);
 
 }  // namespace
 
-TaskRunner::TaskRunner(std::function<void()> idle, ErrorHandler failed, std::function<void()> busy)
+TaskRunner::TaskRunner(std::function<void()> idle, ErrorHandler failed)
       : scheduler_(Orb::TaskSchedulerRoot::findOrCreateScheduler()),
         idle_(std::move(idle)),
-        busy_(std::move(busy)),
         wakeUp_(eventfd(1, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd"),
         watch_(
               wakeUp_, [this] { run(); }, std::move(failed)) {
@@ -33,12 +30,10 @@ void TaskRunner::settle() const {
 }
 
 void TaskRunner::run() {
-   if (scheduler_->hasWork() && std::exchange(isIdle_, false)) busy_();
    scheduler_->runSlice(kSlice);
    if (scheduler_->hasWork()) return;
    eventfd_t wakeUps = 0;
    eventfd_read(wakeUp_, &wakeUps);
-   isIdle_ = true;
    idle_();
 }
 

@@ -13,10 +13,9 @@ namespace Loop {
 /// while there is work, and nothing at all while there is none.
 class TaskRunner {
  public:
-   /// `idle` is called whenever no task is left, for the first time also when there was none from the start; `busy`
-   /// whenever there are tasks again.
+   /// `idle` is called whenever no task is left, for the first time also when there was none from the start.
    explicit TaskRunner(
-         std::function<void()> idle = [] {}, ErrorHandler failed = logError, std::function<void()> busy = [] {});
+         std::function<void()> idle = [] {}, ErrorHandler failed = logError);
    ~TaskRunner();
    TaskRunner(TaskRunner const&) = delete;
    TaskRunner& operator=(TaskRunner const&) = delete;
@@ -29,8 +28,6 @@ class TaskRunner {
 
    Vel::Ptr<Orb::TaskScheduler> scheduler_;
    std::function<void()> idle_;
-   std::function<void()> busy_;
-   bool isIdle_ = true;
    Descriptor wakeUp_;  // readable for as long as there is work
    Watch watch_;
 };

@@ -19,9 +19,9 @@ class Observer : public Vel::PtrInterface::NotifieeConst {
       hasNotificationActiveIs(true);
    }
    void onAttribute(Vel::AttributeId attribute, void const* key) override {
-      // A copy: the handler may let the observer go.
-      Handler const handler = handler_;
-      handler(attribute, key);
+      // The handler may let the observer go.
+      Vel::Ptr<Observer> const keep(this);
+      handler_(attribute, key);
    }
 
  private:

@@ -119,15 +119,20 @@ bool HopTableHelper::otherKeepersDel(std::uint32_t hopTableIndex, MplsTeMibPtr c
 }
 
 Vel::Ptr<PathSpecCollTableSm> HopTableHelper::pathSpecCollTableSmDel(std::uint32_t hopTableIndex) {
-   auto const entry = Vel::delMember(*this, attrPathSpecCollTableSm, pathSpecCollTableSm_, hopTableIndex);
-   if (entry) {
-      entry->hasNotificationActiveIs(false);
-      entry->retire();
-   }
+   // An observer of the hop rows may drop the helper.
+   Vel::Ptr<HopTableHelper> const keep(this);
+   auto const entry = pathSpecCollTableSm(hopTableIndex);
+   if (!entry) return nullptr;
+   pathSpecCollTableSm_.erase(hopTableIndex);
+   entry->hasNotificationActiveIs(false);
+   entry->retire();
+   // Told when the hop rows have gone: what somebody then puts under the index, here or in another helper, is its own.
+   visit(attrPathSpecCollTableSm, hopTableIndex);
    return entry;
 }
 
 void HopTableHelper::pathSpecCollTableSmDelAll() {
+   Vel::Ptr<HopTableHelper> const keep(this);
    auto const last = pathSpecCollTableSm_.lastBookmark();
    for (auto at = pathSpecCollTableSm_.begin(); at != pathSpecCollTableSm_.end() && at.bookmark() <= last; ++at) {
       pathSpecCollTableSmDel(at->key);

@@ -34,7 +34,8 @@ class HopTableHelper : public Vel::PtrInterface {
                                                        SubTunnelStatusPtr const& subTunnelStatus,
                                                        SubTunnelConfigPtr const& subTunnelConfig,
                                                        MplsTeMibPtr const& mplsTeMib);
-   /// Removes the entry with its hop rows and returns it, retired; null when there is none.
+   /// Removes the entry with its hop rows and returns it, retired; null when there is none. Observers of the helper are
+   /// told when the rows have gone.
    Vel::Ptr<PathSpecCollTableSm> pathSpecCollTableSmDel(std::uint32_t hopTableIndex);
    /// Removes the entries that there are now; those that an observer puts meanwhile stay.
    void pathSpecCollTableSmDelAll();

@@ -6,6 +6,7 @@
 #include "hoptable/tests/HopChain.h"
 #include "substrate/vel/Generic.h"
 #include "substrate/vel/TypeRegistry.h"
+#include "tests/support/Observer.h"
 
 namespace MplsSnmp {
 
@@ -117,6 +118,32 @@ TEST_F(HopTableHelperTest, aDeletedEntryThatIsStillHeldLeavesTheRowsOfItsSuccess
    EXPECT_THAT(rows(), ElementsAre("7.1.1 10.0.12.2 gold"));
 }
 
+TEST_F(HopTableHelperTest, anEntryThatIsMadeAnewWhenItsRemovalIsHeardOfKeepsItsRows) {
+   entryIs(7, paris_);
+   auto const listener = TestSupport::atNotification(*helper_, 1, [&] { entryIs(7, paris_); });
+   helper_->pathSpecCollTableSmDel(7);
+   EXPECT_THAT(rows(), ElementsAre("7.1.1 10.0.12.2 gold"));
+}
+
+TEST_F(HopTableHelperTest, anotherHelperThatTakesTheIndexOverWhenOneDiesKeepsItsRows) {
+   entryIs(7, paris_);
+   auto const other = hopTableHelperFactory();
+   auto const listener = TestSupport::atNotification(
+         *helper_, 1, [&] { other->pathSpecCollTableSmIs(7, lerConfig_, paris_.status, paris_.config, mib_); });
+   helper_ = nullptr;
+   EXPECT_THAT(rows(), ElementsAre("7.1.1 10.0.12.2 gold"));
+}
+
+TEST_F(HopTableHelperTest, anotherHelperThatTakesTheIndexOverWhileTheRowsGoKeepsItsRows) {
+   paris_.pathIs(twoHops_);
+   entryIs(7, paris_);
+   auto const other = hopTableHelperFactory();
+   auto const listener = TestSupport::atNotification(
+         *mib_, 1, [&] { other->pathSpecCollTableSmIs(7, lerConfig_, paris_.status, paris_.config, mib_); });
+   helper_ = nullptr;
+   EXPECT_THAT(rows(), ElementsAre("7.1.1 10.0.12.2 gold", "7.1.2 10.0.23.3 gold"));
+}
+
 TEST_F(HopTableHelperTest, deletingAnIndexWithoutEntryReturnsNothingAndChangesNothing) {
    entryIs(7, paris_);
    EXPECT_EQ(helper_->pathSpecCollTableSmDel(8), nullptr);
@@ -129,6 +156,14 @@ TEST_F(HopTableHelperTest, deletingAllEntriesDeletesAllHopRows) {
    EXPECT_EQ(rows().size(), 3);
    helper_->pathSpecCollTableSmDelAll();
    EXPECT_TRUE(helper_->pathSpecCollTableSm().empty());
+   EXPECT_THAT(rows(), IsEmpty());
+}
+
+TEST_F(HopTableHelperTest, aHelperThatIsDroppedWhileItsEntriesGoDeletesAllHopRows) {
+   for (std::uint32_t index : {1U, 7U, 9U}) entryIs(index, paris_);
+   auto const listener = TestSupport::atNotification(*mib_, 1, [&] { helper_ = nullptr; });
+   helper_->pathSpecCollTableSmDelAll();
+   EXPECT_EQ(helper_, nullptr);
    EXPECT_THAT(rows(), IsEmpty());
 }
 

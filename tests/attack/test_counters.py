@@ -45,9 +45,9 @@ def checksum(words):
 class Writer:
     """Writes what no writer would. Each call is one deed."""
 
-    def __init__(self, path, good, seed):
-        """good: the octets of a sound segment."""
-        self.path, self.good = path, good
+    def __init__(self, path, good, seed, elsewhere):
+        """good: the octets of a sound segment. elsewhere: a file that is not one, for a name to lead to."""
+        self.path, self.good, self.elsewhere = path, good, elsewhere
         self.chance = random.Random(seed)
         self.deeds = [self.octets] * 6 + [self.word] * 6 + [self.entry] * 6 + [self.header] * 2 + \
             [self.size, self.replace, self.remove, self.other_kind, self.forbidden]
@@ -116,7 +116,8 @@ class Writer:
             return
         kind = self.chance.randrange(3)
         if kind == 0:
-            self.path.symlink_to("/etc/passwd")
+            # Of the test's own: what is written next goes through it.
+            self.path.symlink_to(self.elsewhere)
         elif kind == 1:
             os.mkfifo(self.path)
         else:
@@ -149,7 +150,9 @@ def counted(manager):
 def test_a_hostile_writer_of_counters(tmp_path, segment):
     subprocess.run([BUILD / "mplste", "counters", "--name", segment.name, "set", "16:12", "10", "8000"], check=True,
                    stdin=subprocess.DEVNULL, capture_output=True, timeout=60)
-    writer = Writer(segment, segment.read_bytes(), SEED)
+    elsewhere = tmp_path / "elsewhere"
+    elsewhere.write_bytes(segment.read_bytes())
+    writer = Writer(segment, segment.read_bytes(), SEED, elsewhere)
     with Mplsted(tmp_path, "--counters", segment.name, **SANITIZER_OPTIONS) as mplsted:
         manager = Manager(mplsted.address)
         assert counted(manager) == COUNTED

@@ -10,6 +10,7 @@
 #include "substrate/tests/Counted.h"
 #include "substrate/vel/HashMap2018.h"
 #include "substrate/vel/String.h"
+#include "substrate/vel/WorkCounter.h"
 
 namespace {
 
@@ -208,6 +209,61 @@ TEST(HashMap2018Test, aHundredThousandEntriesAreDrainedFromTheFront) {
       map.erase(key);
    }
    EXPECT_TRUE(map.empty());
+}
+
+/// The most entries that one of `changes` calls of `change(n)` has visited.
+template <class F>
+std::uint64_t mostVisited(std::uint32_t changes, F&& change) {
+   std::uint64_t most = 0;
+   for (std::uint32_t n = 0; n < changes; ++n) {
+      auto const before = Vel::collectionNodesVisited.value();
+      change(n);
+      most = std::max(most, Vel::collectionNodesVisited.value() - before);
+   }
+   return most;
+}
+
+TEST(HashMap2018Test, noErasureOutOfManyVisitsMoreThanAPieceOfThem) {
+   constexpr std::uint32_t kSize = 100'000;
+   Map map;
+   for (std::uint32_t key = 0; key < kSize; ++key) map.insertOrAssign(key, key);
+   std::vector<std::uint32_t> keys = upTo(kSize);
+   std::ranges::shuffle(keys, std::mt19937(1));
+   EXPECT_LE(mostVisited(kSize - 1, [&](std::uint32_t n) { map.erase(keys[n]); }), 4096U);
+   EXPECT_EQ(keysOf(map), std::vector<std::uint32_t>{keys.back()});
+}
+
+TEST(HashMap2018Test, visitsAndBookmarksGoOnWhileEntriesMoveUp) {
+   constexpr std::uint32_t kSize = 8000;
+   for (std::uint32_t const stays : {2U, 3U, 7U, 100U}) {
+      Map map;
+      for (std::uint32_t key = 0; key < kSize; ++key) map.insertOrAssign(key, key);
+      std::vector<Map::Iterator> visits;
+      for (auto at = map.begin(); at != map.end(); ++at) visits.push_back(at);
+      std::uint32_t inserted = kSize;
+      for (std::uint32_t key = 0; key < kSize; ++key) {
+         if (key % stays != 0) map.erase(key);
+         if (key % 50 == 0) map.insertOrAssign(inserted++, 0);
+         if (key % 97 != 0) continue;
+         // Of every entry, whether it is still there or not, the next one is found.
+         for (std::uint32_t begun = 0; begun < kSize; begun += 331) {
+            std::uint32_t next = begun + 1;
+            while (next <= key && next % stays != 0) ++next;
+            auto visit = visits[begun];
+            if (map.contains(begun)) {
+               ASSERT_EQ(visit->key, begun);
+            }
+            ASSERT_EQ(map.after(visit.bookmark())->key, next);
+            ASSERT_EQ((++visit)->key, next);
+         }
+      }
+      std::vector<std::uint32_t> expected;
+      for (std::uint32_t key = 0; key < inserted; ++key) {
+         if (key % stays == 0 || key >= kSize) expected.push_back(key);
+      }
+      ASSERT_EQ(keysOf(map), expected);
+      for (std::uint32_t key = 0; key < inserted; ++key) ASSERT_EQ(map.contains(key), key % stays == 0 || key >= kSize);
+   }
 }
 
 // Values whose destruction comes back to the map that they were in.

@@ -18,8 +18,8 @@
 namespace Vel {
 
 /// A hash map that keeps insertion order: a dense vector of entries, in order of insertion, with a hash index over it
-/// once it has more than a handful of them (a small map costs one allocation). A large one grows a piece at a time, so
-/// that no insertion takes noticeably longer than another.
+/// once it has more than a handful of them (a small map costs one allocation). A large one grows and shrinks a piece at
+/// a time, so that no insertion or erasure takes noticeably longer than another.
 ///
 /// Every entry has a number, never used again, that grows in order of insertion. It makes iteration robust and gives
 /// scans their bookmark: an iterator goes on behind the last number that it visited, whatever was inserted, erased or
@@ -106,6 +106,7 @@ class HashMap2018 {
       } else if (slots_.size() > kUnindexed) {
          compact();
       }
+      if (hole().end != 0) compactSome();
       return true;
    }
 
@@ -113,16 +114,13 @@ class HashMap2018 {
    bool erase(K const& key) {
       std::size_t const position = locate(key);
       if (position == kAbsent) return false;
-      if (index_) index_->part(hashOf(key)).erase(static_cast<Position>(position));
+      if (index_) index_->erase(hashOf(key), static_cast<Position>(position));
       // The entry is destroyed only after the map is in order again: its destruction may come back to this map.
       [[maybe_unused]] Entry const removed = std::exchange(slots_[position].entry, Entry{});
       slots_[position].alive = false;
       --live_;
       if (position == firstLive_) firstLive_ = static_cast<Position>(skipDead(position));
-      if (slots_.size() - live_ > std::max<std::size_t>(live_, kUnindexed)) {
-         compact();
-         slots_.shrink_to_fit();
-      }
+      tidyUp();
       return true;
    }
 
@@ -175,7 +173,15 @@ class HashMap2018 {
    };
    // Hashes are stored, so that growing the index does not hash every key again.
    using Part = tsl::hopscotch_set<Position, Hash, Equal, std::allocator<Position>, 30, true>;
-   /// The hash index. A large one is divided by the hash: its parts grow one by one.
+   /// The slots that are left behind when entries move up to close the gaps of erased ones: those from `begin` to
+   /// `end`. None of them is alive, and their numbers mean nothing. Before them the entries have moved up, behind them
+   /// they are still to. There is a hole, if only an empty one, as long as `end` is not 0.
+   struct Hole {
+      Position begin = 0;
+      Position end = 0;
+      bool holds(std::size_t position) const { return position >= begin && position < end; }
+   };
+   /// The hash index. A large one is divided by the hash: its parts grow and shrink one by one.
    class Index {
     public:
       Index(HashMap2018 const& map, std::size_t capacity)
@@ -185,8 +191,17 @@ class HashMap2018 {
       bool divided() const { return parts_.size() != 1; }
       // A part looks at the low bits of the hash.
       Part& part(std::uint32_t hash) { return parts_[(hash >> kPartShift) & (parts_.size() - 1)]; }
+      void erase(std::uint32_t hash, Position position) {
+         Part& among = part(hash);
+         among.erase(position, hash);
+         if (among.bucket_count() > kSmallPart && among.size() < among.bucket_count() / 8)
+            among.rehash(2 * among.size());
+      }
+      /// Only a map with an index has one.
+      Hole hole;
 
     private:
+      static constexpr std::size_t kSmallPart = 64;
       static constexpr std::size_t kParts = 64;
       static constexpr unsigned kPartShift = 26;
       std::vector<Part> parts_;
@@ -197,6 +212,9 @@ class HashMap2018 {
    static constexpr std::size_t kUnindexed = 8;
    static constexpr std::size_t kUndivided = 4096;
    static constexpr std::size_t kDestroyedAtOnce = 1024;
+   static constexpr std::size_t kCompactedAtOnce = 1024;
+   // Of a larger map, at each change: more than one change leaves behind.
+   static constexpr int kCompactedByChange = 4;
 
    std::size_t locate(K const& key) const {
       if (index_) {
@@ -211,16 +229,27 @@ class HashMap2018 {
       return kAbsent;
    }
 
+   Hole hole() const { return index_ ? index_->hole : Hole(); }
+
    std::size_t skipDead(std::size_t position) const {
-      for (; position < slots_.size() && !slots_[position].alive; ++position) ++collectionNodesVisited;
+      Hole const hole = this->hole();
+      for (; position < slots_.size(); ++position) {
+         if (hole.holds(position)) position = hole.end;
+         if (position == slots_.size() || slots_[position].alive) break;
+         ++collectionNodesVisited;
+      }
       return position;
    }
 
    /// Position of the slot with this number; `guess` is where it was last.
    std::size_t positionOf(Bookmark number, std::size_t guess) const {
-      if (guess < slots_.size() && slots_[guess].number == number) return guess;
+      Hole const hole = this->hole();
+      if (guess < slots_.size() && slots_[guess].number == number && !hole.holds(guess)) return guess;
       auto const numberAt = [this](std::size_t position) { return Bookmark{slots_[position].number}; };
-      return *std::ranges::lower_bound(std::views::iota(std::size_t{0}, slots_.size()), number, {}, numberAt);
+      bool const movedUp = hole.begin != 0 && number <= numberAt(hole.begin - 1);
+      auto const positions = movedUp ? std::views::iota(std::size_t{0}, std::size_t{hole.begin})
+                                     : std::views::iota(std::size_t{hole.end}, slots_.size());
+      return *std::ranges::lower_bound(positions, number, {}, numberAt);
    }
 
    std::size_t positionAfter(Bookmark number, std::size_t guess) const {
@@ -229,7 +258,51 @@ class HashMap2018 {
       return skipDead(position);
    }
 
-   /// Drops the slots of erased entries.
+   /// Drops the slots of erased entries when there are more of these than of others.
+   void tidyUp() {
+      if (hole().end == 0 && slots_.size() - live_ <= std::max<std::size_t>(live_, kUnindexed)) return;
+      if (slots_.size() > kCompactedAtOnce) return compactSome();
+      compact();
+      slots_.shrink_to_fit();
+   }
+
+   /// Does a bit of what `compact` does at once: moves entries up, and then drops slots from the end.
+   void compactSome() {
+      Hole& hole = index_->hole;
+      if (hole.end == 0) hole.end = firstLive_;
+      for (int step = 0; step < kCompactedByChange; ++step, ++collectionNodesVisited) {
+         if (hole.end < slots_.size()) {
+            moveUp(hole);
+         } else if (hole.begin < slots_.size()) {
+            slots_.truncate(slots_.size() - 1);
+            hole.end = static_cast<Position>(slots_.size());
+            firstLive_ = std::min(firstLive_, hole.begin);
+         } else {
+            hole = Hole();
+            return;
+         }
+      }
+   }
+
+   /// Moves the slot behind the hole in front of it, if it is alive.
+   void moveUp(Hole& hole) {
+      Slot& slot = slots_[hole.end];
+      if (slot.alive) {
+         if (hole.begin != hole.end) {
+            auto const hash = hashOf(slot.entry.key);
+            Part& part = index_->part(hash);
+            part.erase(hole.end, hash);
+            slots_[hole.begin] = std::move(slot);
+            slot.alive = false;
+            part.insert(hole.begin);
+            if (firstLive_ == hole.end) firstLive_ = hole.begin;
+         }
+         ++hole.begin;
+      }
+      ++hole.end;
+   }
+
+   /// Drops all slots of erased entries.
    void compact() {
       collectionNodesVisited += slots_.size();
       std::size_t kept = 0;
@@ -245,7 +318,9 @@ class HashMap2018 {
    }
 
    void reindex() {
+      Hole const hole = this->hole();
       index_ = std::make_unique<Index>(*this, slots_.size() * 2);
+      index_->hole = hole;
       for (std::size_t position = 0; position < slots_.size(); ++position) {
          if (!slots_[position].alive) continue;
          index_->part(hashOf(slots_[position].entry.key)).insert(static_cast<Position>(position));

@@ -13,8 +13,13 @@
 
 namespace Store {
 
-/// Documents on their way into the store, one after another in the order in which they came: each is checked and
-/// applied in the slices of a task, so that requests are answered meanwhile.
+/// Documents on their way into the store, each checked and applied in the slices of a task, so that requests are
+/// answered meanwhile.
+///
+/// Two rows of them take turns. A patch of at most `kShort` octets that removes no whole collection is a short one; it
+/// waits for the short ones before it, and for no more than a few entries of the long one that is under way. That one
+/// is applied before or after it in effect (ChangeSet::goesBetween). All others wait for each other, in the order in
+/// which they came.
 class ChangeQueue {
  public:
    /// What has become of a document.
@@ -24,6 +29,9 @@ class ChangeQueue {
       /// Why the document was refused, naming the place in it; then nothing of it is applied.
       std::optional<std::string> refusal{};
    };
+   /// Octets of a short patch.
+   static constexpr std::size_t kShort = std::size_t{16} << 10U;
+
    /// Called from the task, once. It may add documents, and must not destroy the queue.
    using Done = std::function<void(Outcome const&)>;
 
@@ -35,13 +43,13 @@ class ChangeQueue {
 
    void add(ChangeKind kind, std::string document, Done done);
 
-   /// Work that the state must not change under, in its turn among the documents: called until it returns true, each
+   /// Work that the state must not change under, in its turn among the long ones: called until it returns true, each
    /// time for as long as the task need not yield. It must not destroy the queue.
    using Reading = std::function<bool(Orb::Task&)>;
    void add(Reading reading);
 
    /// Documents and readings that are not done, the one under way included.
-   std::size_t waiting() const { return waiting_.size(); }
+   std::size_t waiting() const { return short_.waiting.size() + long_.waiting.size(); }
 
  private:
    struct Waiting {
@@ -51,14 +59,24 @@ class ChangeQueue {
       Reading reading{};
    };
 
+   struct Row {
+      std::deque<Waiting> waiting;  // the first is under way once there are changes
+      std::unique_ptr<ChangeSet> changes{};
+   };
+
    void run(Orb::Task& task);
-   bool destroyLast(Orb::Task& task);
-   bool advance(Orb::Task& task);
+   void step(Orb::Task& task);
+   bool shortHasTurn() const;
+   void stepShort();
+   void stepLong(Orb::Task& task);
+   void end(Row& row, Outcome const& outcome);
 
    StateStore& store_;
-   std::deque<Waiting> waiting_;  // the first is under way once there are changes
-   std::unique_ptr<ChangeSet> changes_;
-   std::unique_ptr<ChangeSet> over_;  // the one before, on its way out
+   Row short_;
+   Row long_;
+   bool reading_ = false;             // the first of the long ones, which has begun
+   std::size_t owed_ = 0;             // steps of a long one before the next short one
+   std::unique_ptr<ChangeSet> over_;  // a long one on its way out
    Vel::Ptr<Orb::Task> const task_;
 };
 

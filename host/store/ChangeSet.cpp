@@ -11,19 +11,53 @@ namespace Store {
 ChangeSet::ChangeSet(StateStore& store, ChangeKind kind, std::string document)
       : kind_(kind), document_(std::move(document)), in_(document_) {
    for (auto const& collection : store.collections()) {
-      parts_.push_back({collection->name(), false, collection->changes()});
+      parts_.push_back({collection->name(), false, collection->changes(in_, kind)});
       if (kind == ChangeKind::snapshot) parts_.back().changes->othersGo();
+   }
+}
+
+void ChangeSet::goesBetween(ChangeSet& other) {
+   for (std::size_t index = 0; index < parts_.size(); ++index) {
+      CollectionChanges& changes = *parts_[index].changes;
+      CollectionChanges& others = *other.parts_[index].changes;
+      if (other.checked_) {
+         changes.comesBehind(others);
+      } else {
+         changes.comesBefore(others);
+      }
    }
 }
 
 bool ChangeSet::checkSome(std::size_t entries) {
    while (!checked_ && entries-- > 0) {
-      if (!checkNext()) {
-         in_.end();
-         checked_ = true;
-      }
+      if (checkAgain() || checkNext()) continue;
+      in_.end();
+      for (Part const& part : parts_) part.changes->checked();
+      checked_ = true;
    }
    return checked_;
+}
+
+bool ChangeSet::removesWhole() const {
+   return std::ranges::any_of(parts_, [](Part const& part) { return part.changes->doOthersGo(); });
+}
+
+std::size_t ChangeSet::changed() const {
+   std::size_t changed = changed_;
+   for (Part const& part : parts_) changed += part.changes->changedForOthers();
+   return changed;
+}
+
+/// Checks again one entry that another document has changed; false when there is none.
+bool ChangeSet::checkAgain() {
+   std::size_t const position = in_.position();
+   for (Part const& part : parts_) {
+      JsonReader::Inside const inCollection(in_, part.name);
+      if (!part.changes->checkAgain()) continue;
+      in_.positionIs(position);
+      return true;
+   }
+   return false;
 }
 
 /// Checks the next entry, or enters the next collection; false at the end of the document.
@@ -40,7 +74,7 @@ bool ChangeSet::checkNext() {
    JsonReader::Inside const inCollection(in_, open_->name);
    if (auto const id = in_.nextMember(firstEntry_)) {
       JsonReader::Inside const inEntry(in_, *id);
-      open_->changes->check(in_, *id, kind_);
+      open_->changes->check(*id);
    } else {
       open_ = nullptr;
    }
@@ -68,7 +102,7 @@ bool ChangeSet::applySome(std::size_t entries) {
    using Step = CollectionChanges::Step;
    while (part_ < parts_.size() && entries > 0) {
       CollectionChanges& changes = *parts_[part_].changes;
-      Step const step = removing_ ? changes.removeNext() : changes.applyNext(in_, kind_);
+      Step const step = removing_ ? changes.removeNext() : changes.applyNext();
       if (step == Step::finished) {
          nextPart();
       } else {

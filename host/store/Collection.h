@@ -17,6 +17,9 @@ enum class ChangeKind {
 
 /// What one document does to one collection. The document is read twice: `check` reads each entry and changes nothing,
 /// then `applyNext` reads it again and applies it. So no entry is held in another form than its text.
+///
+/// Between the steps of one document another may be checked and applied, entry by entry before or behind it: as if all
+/// of it were. REQUIRES, of both: the same collection.
 class CollectionChanges {
  public:
    enum class Step { unchanged, changed, finished };
@@ -24,20 +27,33 @@ class CollectionChanges {
    virtual ~CollectionChanges() = default;
 
    /// Checks the entry named `id`, of which the value comes next, and remembers where it is. What it is merged with is
-   /// the entry as it stands: the state does not change before all is applied.
-   virtual void check(DocumentReader& in, std::string_view id, ChangeKind kind) = 0;
+   /// the entry as it stands.
+   virtual void check(std::string_view id) = 0;
    /// The entries that are not named are removed, too.
    void othersGo() { othersGo_ = true; }
+   bool doOthersGo() const { return othersGo_; }
+   /// Checks again one entry that another document has changed since; false when there is none.
+   virtual bool checkAgain() = 0;
+   /// All is checked.
+   virtual void checked() = 0;
 
    /// Applies the next addition or change.
-   virtual Step applyNext(DocumentReader& in, ChangeKind kind) = 0;
+   virtual Step applyNext() = 0;
    /// Carries out the next removal.
    virtual Step removeNext() = 0;
+   /// Entries added, changed or removed because another document that comes behind has asked for it.
+   std::size_t changedForOthers() const { return changedForOthers_; }
    /// Lets go of some of what it holds; true when nothing is left. It is then of no more use.
    virtual bool destroySome() = 0;
 
+   /// `ahead` is checked and not yet applied: what it does to an entry is done before that entry is checked here.
+   virtual void comesBehind(CollectionChanges& ahead) = 0;
+   /// `behind` is not yet checked: it checks again what is applied here.
+   virtual void comesBefore(CollectionChanges& behind) = 0;
+
  protected:
    bool othersGo_ = false;
+   std::size_t changedForOthers_ = 0;
 };
 
 /// How the document is laid out: what stands in front of, between and behind its parts.
@@ -68,7 +84,8 @@ class Collection {
    virtual std::size_t size() const = 0;
    /// Must not outlive the collection.
    virtual std::unique_ptr<CollectionWriter> writer() const = 0;
-   virtual std::unique_ptr<CollectionChanges> changes() = 0;
+   /// What a document does, which is read by `in`. Must outlive neither.
+   virtual std::unique_ptr<CollectionChanges> changes(DocumentReader& in, ChangeKind kind) = 0;
 
  private:
    std::string_view name_;

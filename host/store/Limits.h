@@ -19,8 +19,7 @@ constexpr std::size_t kLongestText = std::size_t{32} << 10U;
 /// Characters of a number in the document.
 constexpr std::size_t kLongestNumber = 128;
 
-/// Entries of a collection: four LSP requests for each tunnel that the MIB has room for. Beyond that the tables that
-/// hold them take too long to be tidied up.
+/// Entries of a collection: four LSP requests for each tunnel that the MIB has room for.
 constexpr std::size_t kMostEntries = 4 * 65536;
 /// Entries of a collection that one document may name: all that there may be, to remove them, and as many new ones.
 constexpr std::size_t kMostNamed = 2 * kMostEntries;

@@ -121,62 +121,153 @@ struct Values {
 template <class Home, class Content>
 class TypedChanges : public CollectionChanges {
  public:
-   explicit TypedChanges(Home& home) : home_(home) {}
+   TypedChanges(Home& home, DocumentReader& in, ChangeKind kind) : home_(home), in_(in), kind_(kind) {}
 
-   void check(DocumentReader& in, std::string_view text, ChangeKind kind) override {
-      Id const id = in.idFrom<Id>(text);
-      if (entries_.contains(id)) in.refuse(fmt::format("this names the entry {} a second time", id.valueToStrep()));
-      in.kind();  // steps over the space in front of the value
-      std::size_t const begin = in.position();
-      bool const goes = in.takeNull();
-      if (!goes) {
-         Content::check(in, home_, id, kind);
-         if (kind == ChangeKind::snapshot || !home_.find(id)) ++added_;
-         if (added_ + (kind == ChangeKind::snapshot ? 0 : home_.size()) > kMostEntries) {
-            in.refuse(fmt::format("with this the collection has more than {} entries", kMostEntries));
-         }
+   void check(std::string_view text) override {
+      Id const id = in_.idFrom<Id>(text);
+      if (entries_.contains(id)) in_.refuse(fmt::format("this names the entry {} a second time", id.valueToStrep()));
+      if (ahead_) ahead_->doNow(id);
+      in_.kind();  // steps over the space in front of the value
+      Entry entry{in_.position()};
+      if (in_.takeNull()) {
+         entry.begin = kGoes;
+      } else {
+         Content::check(in_, home_, id, kind_);
       }
-      if (entries_.size() == kMostNamed) in.refuse(fmt::format("more than {} entries are named", kMostNamed));
-      entries_.insertOrAssign(id, goes ? kGoes : begin);
+      count(entry, id);
+      refuseTooMany();
+      if (entries_.size() == kMostNamed) in_.refuse(fmt::format("more than {} entries are named", kMostNamed));
+      entries_.insertOrAssign(id, entry);
    }
 
-   Step applyNext(DocumentReader& in, ChangeKind kind) override {
-      auto const entry = entries_.after(applied_);
+   bool checkAgain() override {
+      if (changed_.empty()) return false;
+      Id const id = std::move(changed_.back());
+      changed_.pop_back();
+      std::string const text = id.valueToStrep();
+      JsonReader::Inside const inEntry(in_, text);
+      if (Entry* const entry = entries_.find(id)) {
+         if (entry->begin != kGoes) {
+            in_.positionIs(entry->begin);
+            Content::check(in_, home_, id, kind_);
+         }
+         added_ -= entry->adds;
+         removed_ -= entry->removes;
+         count(*entry, id);
+      }
+      if (added_ != 0) refuseTooMany();
+      return true;
+   }
+
+   void checked() override {
+      toCome_ = static_cast<std::ptrdiff_t>(added_) - static_cast<std::ptrdiff_t>(othersGo_ ? home_.size() : removed_);
+   }
+
+   Step applyNext() override {
+      auto const entry = entries_.after(lastApplied_);
       if (entry == entries_.end()) return Step::finished;
-      applied_ = entry.bookmark();
-      if (entry->value == kGoes) return Step::unchanged;
-      in.positionIs(entry->value);
-      return stepOf(Content::apply(in, home_, entry->key, kind));
+      lastApplied_ = entry.bookmark();
+      if (entry->value.begin == kGoes) return Step::unchanged;
+      return carryOut(Id(entry->key));
    }
 
    Step removeNext() override {
       if (othersGo_) {
          auto const id = home_.next(cursor_);
          if (!id) return Step::finished;
-         std::size_t const* const named = entries_.find(*id);
-         return stepOf((!named || *named == kGoes) && home_.del(*id));
+         Entry const* const named = entries_.find(*id);
+         return !named ? remove(*id) : named->begin == kGoes ? carryOut(*id) : Step::unchanged;
       }
-      auto const entry = entries_.after(removed_);
+      auto const entry = entries_.after(lastRemoved_);
       if (entry == entries_.end()) return Step::finished;
-      removed_ = entry.bookmark();
-      return stepOf(entry->value == kGoes && home_.del(entry->key));
+      lastRemoved_ = entry.bookmark();
+      return carryOut(Id(entry->key));
    }
 
    bool destroySome() override { return entries_.destroySome(); }
 
+   void comesBehind(CollectionChanges& ahead) override { ahead_ = &static_cast<TypedChanges&>(ahead); }
+   void comesBefore(CollectionChanges& behind) override { behind_ = &static_cast<TypedChanges&>(behind); }
+
  private:
    using Id = typename Home::Id;
-   using Entries = Vel::HashMap2018<Id, std::size_t>;
-
-   static Step stepOf(bool changed) { return changed ? Step::changed : Step::unchanged; }
-
+   struct Entry {
+      std::size_t begin = 0;  // where its value begins in the document, or one of those below
+      bool adds = false;
+      bool removes = false;
+   };
+   using Entries = Vel::HashMap2018<Id, Entry>;
    static constexpr std::size_t kGoes = ~std::size_t{0};
+   static constexpr std::size_t kDone = kGoes - 1;
+
+   /// What it does to the number of entries.
+   void count(Entry& entry, Id const& id) {
+      bool const present = home_.find(id) != nullptr;
+      entry.adds = entry.begin != kGoes && (kind_ == ChangeKind::snapshot || !present);
+      entry.removes = entry.begin == kGoes && present;
+      added_ += entry.adds;
+      removed_ += entry.removes;
+   }
+
+   void refuseTooMany() {
+      auto const others = kind_ == ChangeKind::snapshot
+                                ? 0
+                                : static_cast<std::ptrdiff_t>(home_.size()) + (ahead_ ? ahead_->toCome_ : 0);
+      if (static_cast<std::ptrdiff_t>(added_) + others > static_cast<std::ptrdiff_t>(kMostEntries)) {
+         in_.refuse(fmt::format("with this the collection has more than {} entries", kMostEntries));
+      }
+   }
+
+   /// Does what is to be done to the entry, if it is not done.
+   Step carryOut(Id const& id) {
+      Entry* const entry = entries_.find(id);
+      std::size_t const begin = std::exchange(entry->begin, kDone);
+      if (begin == kDone) return Step::unchanged;
+      if (begin == kGoes) return remove(id);
+      in_.positionIs(begin);
+      std::size_t const before = home_.size();
+      bool const changed = Content::apply(in_, home_, id, kind_);
+      toCome_ -= static_cast<std::ptrdiff_t>(home_.size()) - static_cast<std::ptrdiff_t>(before);
+      return told(id, changed);
+   }
+
+   Step remove(Id const& id) {
+      bool const changed = home_.del(id);
+      toCome_ += changed;
+      return told(id, changed);
+   }
+
+   Step told(Id const& id, bool changed) {
+      if (changed && behind_) behind_->changed_.push_back(id);
+      return changed ? Step::changed : Step::unchanged;
+   }
+
+   /// Does what is to be done to the entry before the time, and not again then.
+   void doNow(Id const& id) {
+      Step step = Step::unchanged;
+      if (entries_.contains(id)) {
+         step = carryOut(id);
+      } else if (othersGo_) {
+         entries_.insertOrAssign(id, {kDone});
+         step = remove(id);
+      }
+      changedForOthers_ += step == Step::changed;
+   }
+
    Home& home_;
-   Entries entries_;  // where the value of each entry begins in the document, or kGoes
+   DocumentReader& in_;
+   ChangeKind const kind_;
+   Entries entries_;
    std::size_t added_ = 0;
-   typename Entries::Bookmark applied_ = 0;
-   typename Entries::Bookmark removed_ = 0;
+   std::size_t removed_ = 0;
+   std::ptrdiff_t toCome_ = 0;  // entries that the collection has more when all is applied, once all is checked
+   typename Entries::Bookmark lastApplied_ = 0;
+   typename Entries::Bookmark lastRemoved_ = 0;
    typename Home::Cursor cursor_;
+
+   TypedChanges* ahead_ = nullptr;
+   TypedChanges* behind_ = nullptr;
+   std::vector<Id> changed_;  // by another document that comes before
 };
 
 template <class Home, class Content>
@@ -222,8 +313,8 @@ class TypedCollection : public Collection {
       return std::make_unique<TypedWriter<Home, Content>>(home_);
    }
 
-   std::unique_ptr<CollectionChanges> changes() override {
-      return std::make_unique<TypedChanges<Home, Content>>(home_);
+   std::unique_ptr<CollectionChanges> changes(DocumentReader& in, ChangeKind kind) override {
+      return std::make_unique<TypedChanges<Home, Content>>(home_, in, kind);
    }
 
  private:

@@ -22,6 +22,14 @@ class ChangeQueueTest : public StoreTest {
          told.push_back(outcome.refusal.value_or(std::to_string(outcome.changed) + " changed"));
       });
    }
+   /// With entries of its own, the same for each `n`.
+   static std::string longPatch(int n) {
+      Json entries = Json::object();
+      for (std::size_t i = 0; i < kEntries; ++i) entries["cli:" + std::to_string(i)] = {{"pathChanges", n}};
+      return Json{{"subTunnelStatus", entries}}.dump();
+   }
+   static constexpr std::size_t kEntries = 1000;
+
    void runSlice() { tasks->runSlice(std::chrono::microseconds(0)); }
 
    Vel::Ptr<Orb::TaskScheduler> const tasks = Orb::TaskSchedulerRoot::findOrCreateScheduler();
@@ -65,14 +73,14 @@ TEST_F(ChangeQueueTest, ADocumentThatIsRefusedChangesNothing) {
    EXPECT_EQ(queue.waiting(), 0U);
 }
 
-TEST_F(ChangeQueueTest, DocumentsAreAppliedInTheOrderInWhichTheyCame) {
+TEST_F(ChangeQueueTest, ShortPatchesAreAppliedInTheOrderInWhichTheyCame) {
    add(ChangeKind::snapshot, example("headend.json"));
-   runSlice();
+   tasks->runAll();
    add(ChangeKind::patch, R"({"pathSpec": {"cli:gold": null, "cli:new": {}}})");
    runSlice();
    add(ChangeKind::patch, "{");
    add(ChangeKind::patch, R"({"pathSpec": {"cli:new": {"name": "later"}, "cli:gold": {"name": "again"}}})");
-   EXPECT_EQ(queue.waiting(), 4U);
+   EXPECT_EQ(queue.waiting(), 3U);
    tasks->runAll();
    EXPECT_EQ(queue.waiting(), 0U);
    EXPECT_EQ(told.size(), 4U);
@@ -81,6 +89,67 @@ TEST_F(ChangeQueueTest, DocumentsAreAppliedInTheOrderInWhichTheyCame) {
    EXPECT_EQ(told[3], "2 changed");
    EXPECT_EQ(state()["pathSpec"]["cli:new"]["name"], "later");
    EXPECT_EQ(state()["pathSpec"]["cli:gold"]["name"], "again");
+}
+
+TEST_F(ChangeQueueTest, LongDocumentsAreAppliedInTheOrderInWhichTheyCame) {
+   add(ChangeKind::patch, longPatch(1));
+   add(ChangeKind::snapshot, "{}");
+   add(ChangeKind::patch, longPatch(2));
+   add(ChangeKind::snapshot, R"({"pathSpec": {"cli:a": {}}})");
+   add(ChangeKind::patch, R"({"pathSpec": null})");
+   tasks->runAll();
+   std::string const all = std::to_string(kEntries) + " changed";
+   EXPECT_THAT(told, ElementsAre(all, all, all, std::to_string(kEntries + 1) + " changed", "1 changed"));
+   EXPECT_EQ(store.document(), "{\n}\n");
+}
+
+TEST_F(ChangeQueueTest, AShortPatchWaitsForNoMoreThanAFewEntriesOfALongOne) {
+   add(ChangeKind::patch, longPatch(1));
+   int slices = 0;
+   for (int patch = 0; tasks->hasWork(); ++patch) {
+      for (int entries = 0; entries < 50 && tasks->hasWork(); ++entries) runSlice();
+      if (!tasks->hasWork()) break;
+      auto const before = told.size();
+      add(ChangeKind::patch, R"({"pathSpec": {"cli:short": {"name": "n)" + std::to_string(patch) + R"("}}})");
+      for (slices = 0; told.size() == before; ++slices) runSlice();
+      ASSERT_LT(slices, 12);
+      ASSERT_EQ(told.back(), "1 changed");
+   }
+   EXPECT_GT(told.size(), 20U) << "while it is checked, and while it is applied";
+   EXPECT_EQ(told.back(), std::to_string(kEntries) + " changed");
+   EXPECT_EQ(state()["pathSpec"].size(), 1U);
+   EXPECT_EQ(state()["subTunnelStatus"].size(), kEntries);
+}
+
+TEST_F(ChangeQueueTest, ShortPatchesWithoutEndLetALongOneComeToItsEnd) {
+   bool done = false;
+   std::function<void()> const addNext = [&] {
+      queue.add(ChangeKind::patch, R"({"pathSpec": {"cli:a": {}}})", [&](auto const&) {
+         if (!done) addNext();
+      });
+   };
+   for (int i = 0; i < 10; ++i) addNext();
+   queue.add(ChangeKind::patch, longPatch(1), [&](auto const&) { done = true; });
+   for (int slices = 0; tasks->hasWork(); ++slices) {
+      ASSERT_LT(slices, 10'000);
+      runSlice();
+   }
+   EXPECT_TRUE(done);
+}
+
+TEST_F(ChangeQueueTest, AReadingSeesTheStateBetweenTwoDocuments) {
+   std::string before;
+   int steps = 0;
+   queue.add([&](Orb::Task&) {
+      if (steps == 0) before = store.document();
+      EXPECT_EQ(store.document(), before);
+      return ++steps == 20;
+   });
+   runSlice();
+   add(ChangeKind::patch, R"({"pathSpec": {"cli:a": {}}})");
+   tasks->runAll();
+   EXPECT_EQ(steps, 20);
+   EXPECT_THAT(told, ElementsAre("1 changed"));
 }
 
 TEST_F(ChangeQueueTest, WhoIsToldMayAddTheNext) {

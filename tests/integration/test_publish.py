@@ -373,6 +373,30 @@ def test_of_many_that_start_at_once_one_gets_the_place(tmp_path):
     assert not path.exists()
 
 
+@pytest.mark.parametrize("soft, hard, most", [(512, 2048, 1024), (400, 400, 200)])
+def test_publishers_leave_mplsted_the_descriptors_that_it_needs(tmp_path, soft, hard, most):
+    daemon = Mplsted(tmp_path, "--publish", tmp_path / "publish.sock")
+    daemon.command = ["prlimit", f"--nofile={soft}:{hard}", *daemon.command]
+    ours = resource.getrlimit(resource.RLIMIT_NOFILE)
+    resource.setrlimit(resource.RLIMIT_NOFILE, (ours[1], ours[1]))
+    publishers = []
+    try:
+        with daemon:
+            for _ in range(most):
+                publishers.append(Publisher(tmp_path / "publish.sock"))
+                publishers[-1].send(b'{"$status":null}\n' * 100)   # and reads no answer
+            for _ in range(200):
+                with Publisher(tmp_path / "publish.sock") as one_more:
+                    assert one_more.answer() == {"ok": False, "error": f"there are {most} connections already"}
+            with_manager(daemon, lambda manager: manager.value(NAME)[1] == b"to-paris")
+            for publisher in publishers:   # all at once
+                publisher.close()
+            with Publisher(tmp_path / "publish.sock") as publisher:
+                assert publisher.changed({}) == 0
+    finally:
+        resource.setrlimit(resource.RLIMIT_NOFILE, ours)
+
+
 def test_descriptors_beyond_1023_serve_like_others(tmp_path):
     soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
     if hard < 2048:

@@ -24,9 +24,11 @@ constexpr int kReadAtOnce = 4096;
 
 bool wouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
 
-/// The link of a transport, or null when it has gone. net-snmp frees what a transport points to, so it points to a
-/// pointer.
-MasterLink*& linkOf(netsnmp_transport* transport) { return *static_cast<MasterLink**>(transport->data); }
+/// What a transport points to, and net-snmp frees: the link, or null when it has gone.
+struct TransportData {
+   MasterLink* link;
+};
+MasterLink*& linkOf(netsnmp_transport* transport) { return static_cast<TransportData*>(transport->data)->link; }
 
 template <class T>
 T* zeroed() {
@@ -65,8 +67,8 @@ MasterLink::~MasterLink() {
 
 netsnmp_transport* MasterLink::newTransport() {
    transport_ = zeroed<netsnmp_transport>();
-   transport_->data = zeroed<MasterLink*>();
-   transport_->data_length = sizeof(MasterLink*);
+   transport_->data = zeroed<TransportData>();
+   transport_->data_length = sizeof(TransportData);
    linkOf(transport_) = this;
    transport_->sock = socket_;
    transport_->flags = NETSNMP_TRANSPORT_FLAG_STREAM;

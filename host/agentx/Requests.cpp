@@ -96,6 +96,7 @@ void Requests::trySet(netsnmp_session& session, netsnmp_pdu& request) {
    UnderWay const unwanted{end.get(), kAgentXTestSet, false};
    underWay = &unwanted;
    ask(session, *end, SNMP_MSG_INTERNAL_SET_FREE);
+   underWay = nullptr;
 }
 
 void Requests::refuse(netsnmp_session& session, netsnmp_pdu const& request, long error) {

@@ -347,6 +347,7 @@ netsnmp_pdu* Subagent::newRequest(AgentXType type, Registration const& registrat
 }
 
 void Subagent::send(AgentXType type, netsnmp_pdu* request) {
+   // NOLINTNEXTLINE(performance-no-int-to-ptr): a number for `answered`, and no address
    auto* const magic = reinterpret_cast<void*>(static_cast<std::uintptr_t>(type));
    // What cannot be sent has an end of the connection that will be read.
    if (snmp_async_send(session_, request, &Subagent::answered, magic) == 0) snmp_free_pdu(request);

@@ -39,7 +39,7 @@ struct Handlers {
 /// All its descriptors are behind one, which the host's loop is to watch. A question takes its turn among questions,
 /// and all of them together no more than a part of each turn of the loop, so that nobody's document waits for them. All
 /// takes memory within bounds (Limits).
-class Server : private ConnectionHolder {
+class Server final : private ConnectionHolder {
  public:
    struct Options {
       SocketFile::Options socket;

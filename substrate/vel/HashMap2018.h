@@ -292,7 +292,7 @@ class HashMap2018 {
             auto const hash = hashOf(slot.entry.key);
             Part& part = index_->part(hash);
             part.erase(hole.end, hash);
-            slots_[hole.begin] = std::move(slot);
+            slots_[hole.begin] = Slot{slot.number, true, std::move(slot.entry)};
             slot.alive = false;
             part.insert(hole.begin);
             if (firstLive_ == hole.end) firstLive_ = hole.begin;

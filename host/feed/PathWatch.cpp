@@ -105,7 +105,7 @@ PathWatch::Change PathWatch::changeOf(int watch, unsigned mask, std::string_view
 
 PathWatch::Change PathWatch::take() {
    Change change = Change::none;
-   alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+   alignas(inotify_event) std::array<char, std::size_t{16} << 10U> buffer;
    for (;;) {
       ssize_t const size = read(inotify_, buffer.data(), buffer.size());
       if (size < 0 && errno == EINTR) continue;

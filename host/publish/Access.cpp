@@ -29,8 +29,9 @@ std::optional<std::uint32_t> number(std::string_view text) {
 
 /// Appends the supplementary groups. A kernel that does not tell them leaves it at the effective one.
 void addSupplementaryGroups(int socket, std::vector<gid_t>& groups) {
+   gid_t nowhere = 0;
    socklen_t length = 0;
-   if (getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &length) == 0 || errno != ERANGE) return;
+   if (getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, &nowhere, &length) == 0 || errno != ERANGE) return;
    std::vector<gid_t> supplementary(length / sizeof(gid_t));
    if (getsockopt(socket, SOL_SOCKET, SO_PEERGROUPS, supplementary.data(), &length) != 0) return;
    groups.insert(groups.end(), supplementary.begin(), supplementary.end());

@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: MIT
 """One mplsted for the tests of a file that only read from it, and one for a test that starts its own."""
 
+import tempfile
+from pathlib import Path
+
 import pytest
 from support.manager import Manager
 from support.mplsted import Mplsted
@@ -27,6 +30,16 @@ def writer(head_end):
     manager = Manager(head_end.address, b"private")
     yield manager
     manager.close()
+
+
+@pytest.fixture
+def open_path():
+    """A folder for a test alone that any user may enter. Those of pytest are not, and each pytest that starts closes
+    what lies above them again."""
+    with tempfile.TemporaryDirectory(prefix="mplste-test-") as folder:
+        path = Path(folder)
+        path.chmod(0o755)
+        yield path
 
 
 @pytest.fixture

@@ -433,18 +433,16 @@ def test_a_file_is_no_socket(subagent, tmp_path):
 
 
 @pytest.fixture
-def unprivileged(tmp_path):
+def unprivileged(open_path):
     """A function that runs an mplsted as somebody who is not root, until it has said what is wrong."""
     nobody = pwd.getpwnam("nobody")
-    tmp_path.chmod(0o777)
-    for folder in tmp_path.parents[:2]:
-        folder.chmod(folder.stat().st_mode | 0o011)
+    open_path.chmod(0o777)
     options = {"user": nobody.pw_uid, "group": nobody.pw_gid, "extra_groups": []} if os.getuid() == 0 else {}
 
     def complain(address):
-        daemon = Subagent(tmp_path, f"unix:{address}")
+        daemon = Subagent(open_path, f"unix:{address}")
         del daemon.environment["SNMP_PERSISTENT_DIR"]
-        with subprocess.Popen(daemon.command, env=daemon.environment, cwd=tmp_path,
+        with subprocess.Popen(daemon.command, env=daemon.environment, cwd=open_path,
                               stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
                               encoding="utf-8", **options) as process:
             try:
@@ -462,20 +460,20 @@ def owner(path):
     return f"mode {stat.S_IMODE(status.st_mode):04o}, uid {status.st_uid}, gid {status.st_gid}"
 
 
-def test_a_directory_that_is_closed_to_us_is_named(unprivileged, tmp_path):
-    (tmp_path / "closed").mkdir(mode=0o700)
-    (tmp_path / "closed" / "deeper").mkdir(mode=0o755)
+def test_a_directory_that_is_closed_to_us_is_named(unprivileged, open_path):
+    (open_path / "closed").mkdir(mode=0o700)
+    (open_path / "closed" / "deeper").mkdir(mode=0o755)
     if os.getuid() != 0:
-        (tmp_path / "closed").chmod(0)
-    wanted = owner(tmp_path / "closed")
-    said = unprivileged(tmp_path / "closed" / "deeper" / "agentx")
-    (tmp_path / "closed").chmod(0o700)
-    assert said == (f'the directory {tmp_path}/closed ({wanted}) is closed to us; "chmod o+x {tmp_path}/closed" opens it, '
+        (open_path / "closed").chmod(0)
+    wanted = owner(open_path / "closed")
+    said = unprivileged(open_path / "closed" / "deeper" / "agentx")
+    (open_path / "closed").chmod(0o700)
+    assert said == (f'the directory {open_path}/closed ({wanted}) is closed to us; "chmod o+x {open_path}/closed" opens it, '
                     'and where snmpd makes it a second mode in snmpd.conf, as in "agentXPerms 0660 0755"')
 
 
-def test_a_socket_that_we_may_not_write_to_is_named(unprivileged, tmp_path):
-    path = tmp_path / "agentx"
+def test_a_socket_that_we_may_not_write_to_is_named(unprivileged, open_path):
+    path = open_path / "agentx"
     with socket.socket(socket.AF_UNIX) as listener:
         listener.bind(str(path))
         listener.listen()

@@ -296,10 +296,8 @@ def as_user(user, groups, path):
 
 
 @pytest.mark.skipif(os.getuid() != 0, reason="only root can be others")
-def test_users_and_groups_are_known_by_what_the_kernel_says(tmp_path):
-    for folder in (tmp_path, *tmp_path.parents[:2]):
-        folder.chmod(folder.stat().st_mode | 0o011)
-    path = tmp_path / "publish.sock"
+def test_users_and_groups_are_known_by_what_the_kernel_says(tmp_path, open_path):
+    path = open_path / "publish.sock"
     arguments = ("--publish", path, "--publish-mode", "0666", "--publish-owner", "12345:54321",
                  "--publish-allow", "uid:12345", "--publish-allow", "gid:998")
     with Mplsted(tmp_path, *arguments, file=False):

@@ -3,9 +3,7 @@
 // millions of small objects, and net-snmp makes a variable of more than a kilobyte for each repetition of a GETBULK.
 #include "host/daemon/Allocator.h"
 
-#include "host/loop/NetSnmp.h"
-// Behind the library's headers, which it needs.
-#include <net-snmp/agent/agent_callbacks.h>
+#include "substrate/orb/TaskScheduler.h"
 
 #ifdef MPLSTE_MIMALLOC
 #include <mimalloc.h>
@@ -22,23 +20,11 @@ void returnAfter([[maybe_unused]] long milliseconds) {
 #endif
 }
 
-/// net-snmp asks who may read at the beginning of each message of a manager.
-int beginAnswer(int /*major*/, int /*minor*/, void* /*parameters*/, void* /*data*/) {
-   returnAfter(10'000);
-   return SNMPERR_SUCCESS;
-}
-
 }  // namespace
 
-AnswerMemory::AnswerMemory() {
-   nextTurn();
-   snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_ACM_CHECK_INITIAL, beginAnswer, nullptr);
+void decideAboutFreedMemory() {
+   bool const isLoading = Orb::TaskSchedulerRoot::findOrCreateScheduler()->hasWork();
+   returnAfter(isLoading ? 0 : 10'000);
 }
-
-AnswerMemory::~AnswerMemory() {
-   snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_ACM_CHECK_INITIAL, beginAnswer, nullptr, 0);
-}
-
-void AnswerMemory::nextTurn() { returnAfter(0); }
 
 }  // namespace Daemon

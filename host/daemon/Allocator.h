@@ -3,19 +3,10 @@
 
 namespace Daemon {
 
-/// What becomes of memory that mplsted has freed. It goes back to the system at once: a state that is loaded or
-/// replaced and the lines of publishers leave tens of megabytes behind that nothing would use for long. But that of an
-/// answer to a manager is kept for the next one, for as long as this lives: mapping it anew would take longer than the
-/// answer. Exists once.
-class AnswerMemory {
- public:
-   AnswerMemory();
-   ~AnswerMemory();
-   AnswerMemory(AnswerMemory const&) = delete;
-   AnswerMemory& operator=(AnswerMemory const&) = delete;
-
-   /// To be called at the beginning of each turn of the loop.
-   static void nextTurn();
-};
+/// Decides what becomes of memory that mplsted frees in the turn of the loop that begins. While tasks have work it goes
+/// back to the system at once: a state that is loaded or replaced leaves tens of megabytes behind that nothing would
+/// use for long. Otherwise it is kept for some seconds: it was that of an answer to a manager, and mapping it anew for
+/// the next one would take longer than the answer.
+void decideAboutFreedMemory();
 
 }  // namespace Daemon

@@ -185,8 +185,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
          failed);
    firstAnswer = since(start);
    notify.ready(serving);
-   Daemon::AnswerMemory const answers;
-   agent.run(Daemon::AnswerMemory::nextTurn);
+   agent.run(Daemon::decideAboutFreedMemory);
 }
 
 int fail(std::string_view message, int code) {

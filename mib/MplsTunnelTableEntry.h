@@ -29,6 +29,9 @@ class MplsTunnelTableEntry : public Vel::PtrInterface {
    std::uint32_t rowStatus() const { return kRowStatusActive; }
    std::uint32_t storageType() const { return kStorageTypeReadOnly; }
 
+   /// Has the processor fetch what most columns are read from: for a walk that will come by.
+   virtual void fetchAhead() const {}
+
    virtual Vel::String name() const = 0;
    virtual Vel::String descr() const = 0;
    virtual bool isIf() const = 0;

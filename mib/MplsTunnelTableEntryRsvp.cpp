@@ -7,6 +7,7 @@
 #include "inputs/tunnel/TunnelId.h"
 #include "substrate/trel/Assert.h"
 #include "substrate/trel/Exceptions.h"
+#include "substrate/vel/FetchAhead.h"
 #include "substrate/vel/WorkCounter.h"
 
 namespace MplsSnmp {
@@ -37,6 +38,11 @@ MplsTunnelTableEntryRsvp::MplsTunnelTableEntryRsvp(MplsTunnelTableKey const& key
    Trel::fmassert(subTunnelStatus_ && subTunnelConfig_ && spStatus_ && lspRequestStatus_ && lerHiveStatus_,
                   "subTunnelStatus && subTunnelConfig && spStatus && lspRequestStatus && lerHiveStatus");
    ++tunnelRowsBuilt;
+}
+
+void MplsTunnelTableEntryRsvp::fetchAhead() const {
+   Vel::fetchAhead(subTunnelStatus_.get());
+   Vel::fetchAhead(spStatus_.get());
 }
 
 Vel::String MplsTunnelTableEntryRsvp::name() const { return Rsvp::nameText(subTunnelStatus_->id().tunnelName); }

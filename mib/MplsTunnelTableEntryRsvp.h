@@ -5,12 +5,13 @@
 #include "inputs/rsvp/LerHiveStatus.h"
 #include "inputs/tallies/CounterTable.h"
 #include "mib/MplsTunnelTableEntry.h"
+#include "substrate/vel/Pool.h"
 
 namespace MplsSnmp {
 
 /// A tunnel row over the RSVP-TE state: each accessor reads the input objects that the row was made with, nothing is
 /// cached. Missing state reads as 0; no accessor throws.
-class MplsTunnelTableEntryRsvp : public MplsTunnelTableEntry {
+class MplsTunnelTableEntryRsvp : public MplsTunnelTableEntry, public Vel::Pooled<MplsTunnelTableEntryRsvp> {
  public:
    static Vel::TypeInfo const& typeInfo();
    Vel::TypeInfo const& fwkType() const override { return typeInfo(); }
@@ -30,6 +31,8 @@ class MplsTunnelTableEntryRsvp : public MplsTunnelTableEntry {
    Vel::Ptr<Rsvp::RsvpLerLspRequestStatus const> const& lspRequestStatus() const { return lspRequestStatus_; }
    Vel::Ptr<Tallies::CounterTable const> const& counterTable() const { return counterTable_; }
    Vel::Ptr<Rsvp::RsvpLerHiveStatus const> const& lerHiveStatus() const { return lerHiveStatus_; }
+
+   void fetchAhead() const override;
 
    Vel::String name() const override;
    Vel::String descr() const override { return {}; }

@@ -12,6 +12,7 @@
 #include "snmp/Column.h"
 #include "snmp/NetSnmp.h"
 #include "snmp/RowWalk.h"
+#include "snmp/RowsAhead.h"
 
 namespace MplsSnmp {
 
@@ -36,6 +37,7 @@ class TableRows : public Snmp::OrderedRows {
 
    bool next() override {
       place_.current = place_.table->next(*place_.current, place_.version);
+      if (place_.current) ahead_.follow(*place_.table, *place_.current);
       return arrive();
    }
 
@@ -86,6 +88,7 @@ class TableRows : public Snmp::OrderedRows {
 
    typename RowWalk<Table>::Context place_;
    std::array<oid, kComponents> index_{};
+   RowsAhead<typename RowWalk<Table>::Collection> ahead_;
 };
 
 }  // namespace MplsSnmp

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "substrate/trel/Assert.h"
+#include "substrate/vel/Pool.h"
 #include "substrate/vel/Ptr.h"
 #include "substrate/vel/RefCount.h"
 #include "substrate/vel/WorkCounter.h"
@@ -21,7 +22,7 @@ namespace Vel {
 template <class K, class V>
 class RbTreeMap {
  public:
-   class Node : public boost::intrusive::set_base_hook<boost::intrusive::optimize_size<true>> {
+   class Node : public boost::intrusive::set_base_hook<boost::intrusive::optimize_size<true>>, public Pooled<Node> {
     public:
       K const& key() const { return key_; }
       V const& value() const { return value_; }
@@ -76,6 +77,12 @@ class RbTreeMap {
       if (version == modifications_) return at(std::next(tree_.iterator_to(current)));
       version = modifications_;
       return findNext(current.key_);
+   }
+
+   /// The node behind one that is in the map, uncounted: valid until an entry comes or goes. Null behind the largest.
+   Node const* peekNext(Node const& current) const {
+      auto const next = std::next(tree_.iterator_to(current));
+      return next == tree_.end() ? nullptr : &*next;
    }
 
    /// REQUIRES: no entry has this key (assertDupKey).

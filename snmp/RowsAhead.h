@@ -18,6 +18,7 @@ class RowsAhead {
 
    /// The walk has gone on to `current`, which is in the table.
    void follow(Collection const& table, Node const& current) {
+      if (table.size() < kLarge) return;
       bool const isOn = version_ == table.modificationCount() && count_ > 0 && at(0) == &current;
       if (!isOn) {
          // Perhaps it goes no further: a GETNEXT takes one step.
@@ -37,6 +38,8 @@ class RowsAhead {
    }
 
  private:
+   // Fewer rows are in the caches anyhow.
+   static constexpr std::size_t kLarge = 2000;
    static constexpr std::size_t kDistance = 8;
    // A node is there when the walk is so much nearer, and then what it points to.
    static constexpr std::size_t kRowBehindNode = 2;
@@ -50,7 +53,8 @@ class RowsAhead {
       Vel::fetchAhead(node);
       if (count_ > kRowBehindNode) Vel::fetchAhead(at(count_ - 1 - kRowBehindNode)->value().get());
       if constexpr (requires { node->value()->fetchAhead(); }) {
-         if (count_ > kInputsBehindNode) at(count_ - 1 - kInputsBehindNode)->value()->fetchAhead();
+         if (count_ <= kInputsBehindNode) return true;
+         if (auto const& row = at(count_ - 1 - kInputsBehindNode)->value()) row->fetchAhead();
       }
       return true;
    }

@@ -63,6 +63,37 @@ TEST_F(TableRowsTest, aWalkGoesOnWhenItsRowHasGone) {
    EXPECT_FALSE(tunnels_.next());
 }
 
+/// A long walk has its next rows fetched: those may go, and others come, while it is on its way to them.
+TEST_F(TableRowsTest, aWalkThroughALargeTableMeetsTheRowsThatAreThereWhenItArrives) {
+   std::mt19937 random(11);
+   std::set<std::uint16_t> rows;
+   auto const key = [](std::uint16_t index) { return MplsTunnelTableKey(index, 0, 0, 0); };
+   for (std::uint16_t index = 1; index <= 12'000; index += 2) {
+      rows.insert(index);
+      put(key(index));
+   }
+   unsigned visited = 0;
+   unsigned changed = 0;
+   for (bool isThere = tunnels_.seek({}); isThere; ++visited) {
+      auto const at = static_cast<std::uint16_t>(tunnels_.index()[0]);
+      if (random() % 20 == 0) {
+         auto const near = static_cast<std::uint16_t>(at + random() % 20);
+         ++changed;
+         if (rows.erase(near) != 0) {
+            mib_->mplsTunnelTableDel(key(near));
+         } else {
+            rows.insert(near);
+            put(key(near));
+         }
+      }
+      auto const expected = rows.upper_bound(at);
+      isThere = tunnels_.next();
+      ASSERT_EQ(isThere ? here() : Index(), expected == rows.end() ? Index() : (Index{*expected, 0, 0, 0}));
+   }
+   EXPECT_GT(visited, 5'000U);
+   EXPECT_GT(changed, 200U);
+}
+
 TEST_F(TableRowsTest, anyIndexLeadsToTheRowThatTheOrderOfNamesSays) {
    std::mt19937 random(7);
    std::vector<unsigned long> const values{0, 1, 2, 12, 65'534, 65'535, 65'536, kLargest - 1, kLargest, 0x1'0000'0000};

@@ -3,7 +3,7 @@
 // millions of small objects, and net-snmp makes a variable of more than a kilobyte for each repetition of a GETBULK.
 #include "host/daemon/Allocator.h"
 
-#include "substrate/orb/TaskScheduler.h"
+#include "host/loop/Watch.h"
 
 #ifdef MPLSTE_MIMALLOC
 #include <mimalloc.h>
@@ -20,11 +20,18 @@ void returnAfter([[maybe_unused]] long milliseconds) {
 #endif
 }
 
+void setFor(bool ownCallback) { returnAfter(ownCallback ? 0 : 10'000); }
+
 }  // namespace
 
-void decideAboutFreedMemory() {
-   bool const isLoading = Orb::TaskSchedulerRoot::findOrCreateScheduler()->hasWork();
-   returnAfter(isLoading ? 0 : 10'000);
+FreedMemory::FreedMemory() {
+   setFor(false);
+   Loop::Watch::observerIs(&setFor);
+}
+
+FreedMemory::~FreedMemory() {
+   Loop::Watch::observerIs(nullptr);
+   setFor(true);
 }
 
 }  // namespace Daemon

@@ -174,14 +174,11 @@ void SnmpAgent::reconfigure(Configuration& configuration, Log& log, std::functio
    snmp_store(kName);
 }
 
-void SnmpAgent::run(void (*turn)()) {
+void SnmpAgent::run() {
    // Kept at once, for the case that the process does not end by its own will.
    snmp_store(kName);
    running_ = true;
-   while (running_) {
-      turn();
-      agent_check_and_process(1);
-   }
+   while (running_) agent_check_and_process(1);
    if (error_) throw std::runtime_error(*error_);
 }
 

@@ -185,7 +185,8 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
          failed);
    firstAnswer = since(start);
    notify.ready(serving);
-   agent.run(Daemon::decideAboutFreedMemory);
+   Daemon::FreedMemory const freedMemory;
+   agent.run();
 }
 
 int fail(std::string_view message, int code) {

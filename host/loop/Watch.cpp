@@ -25,11 +25,14 @@ Watch::~Watch() { (purpose_ == For::reading ? &unregister_readfd : &unregister_w
 
 void Watch::call(int /*descriptor*/, void* callbacks) noexcept {
    auto const keep = *static_cast<std::shared_ptr<Callbacks> const*>(callbacks);
+   auto* const observer = observer_;
+   if (observer) observer(true);
    try {
       keep->ready();
    } catch (std::exception const& error) {
       keep->failed(error.what());
    }
+   if (observer) observer(false);
 }
 
 }  // namespace Loop

@@ -25,12 +25,18 @@ class Watch {
    Watch(Watch const&) = delete;
    Watch& operator=(Watch const&) = delete;
 
+   /// Has `tell` called with true before any watch's `ready` is and with false behind it: by that a process knows what
+   /// it does itself from what net-snmp does. Null, as at first, for nobody.
+   static void observerIs(void (*tell)(bool inside)) { observer_ = tell; }
+
  private:
    struct Callbacks {
       std::function<void()> ready;
       ErrorHandler failed;
    };
    static void call(int descriptor, void* callbacks) noexcept;
+
+   static inline void (*observer_)(bool inside) = nullptr;
 
    int descriptor_;
    For purpose_;

@@ -26,6 +26,14 @@ struct Output {
    Vel::HashSet2018<Key> seen{};
    Vel::Ptr<Orb::Task> reconciliationTask{};
 
+   /// All that is there counts as written before the scan that begins.
+   void beginAnew() {
+      reconciling = true;
+      useBookmark = false;
+      ready = false;
+      bookmark = {};
+      seen.clear();
+   }
    /// Remembers a key that was written while the scan is under way.
    void see(Key const& key) {
       if (reconciling) seen.insertOrAssign(key, Vel::Unit());

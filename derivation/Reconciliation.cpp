@@ -17,14 +17,14 @@ struct Step {
 
 void RsvpSnmpSubTunnelStatusSm::createReconciliationTasks() {
    auto const create = [this](auto& output, void (RsvpSnmpSubTunnelStatusSm::*run)()) {
-      output.reconciliationTask = Vel::makePtr<Orb::Task>(floControl_.scheduler(), floControl_.taskPriority,
-                                                          fmt::format("RsvpSnmpSubTunnelStatusSm-{}Task", output.name),
-                                                          [this, run](Orb::Task&) {
-                                                             Flo::Turn::take([machine = Vel::Ptr(this), run] {
-                                                                if (machine->isMarkedForDeletion()) return;
-                                                                (machine.get()->*run)();
-                                                             });
-                                                          });
+      output.reconciliationTask = Vel::makePtr<Orb::Task>(
+            floControl_.scheduler(), floControl_.taskPriority,
+            fmt::format("RsvpSnmpSubTunnelStatusSm-{}Task", output.name), [this, run](Orb::Task&) {
+               Flo::Turn::take([machine = Vel::Ptr(this), run] {
+                  if (machine->isMarkedForDeletion() || !machine->initialScanDone_) return;
+                  (machine.get()->*run)();
+               });
+            });
    };
    create(outputs_.lspReqConfIdsForSpIdLrciSetOutput, &RsvpSnmpSubTunnelStatusSm::reconcileLspReqConfIds);
    create(outputs_.mibMplsTunnelTableOutput, &RsvpSnmpSubTunnelStatusSm::reconcileTunnelTable);

@@ -100,8 +100,12 @@ RsvpSnmpSubTunnelStatusSm::~RsvpSnmpSubTunnelStatusSm() { retire(); }
 void RsvpSnmpSubTunnelStatusSm::retire() {
    if (isMarkedForDeletion()) return;
    Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
-   hasNotificationActiveIs(false);
    markedForDeletionIs(true);
+   PtrInterface::hasNotificationActiveIs(false);
+   stop();
+}
+
+void RsvpSnmpSubTunnelStatusSm::stop() {
    forEachInputMachine([](auto& machine) { machine.velDoZombieReactors(true); });
    outputs_.forEach([](auto& output) { output.reconciliationTask = nullptr; });
    // A reconciliation that has removed a row goes as far as to remove its hop entry: nobody else knows of the index.
@@ -123,24 +127,39 @@ void RsvpSnmpSubTunnelStatusSm::forEachInputMachine(Call&& call) {
 
 void RsvpSnmpSubTunnelStatusSm::hasNotificationActiveIs(bool active) {
    if (active == hasNotificationActive() || isMarkedForDeletion()) return;
+   Vel::Ptr<RsvpSnmpSubTunnelStatusSm> const keep(this);
    PtrInterface::hasNotificationActiveIs(active);
-   if (active && !initialized_) {
-      initialized_ = true;
-      Flo::Turn::take([machine = Vel::Ptr(this)] {
-         if (machine->isMarkedForDeletion()) return;
-         machine->handleInitialized();
-         machine->visit(attrInitialized);
-      });
-   } else {
-      forEachInputMachine([&](auto& machine) { machine.hasNotificationActiveIs(active); });
-   }
+   if (!active) return stop();
+   initialized_ = true;
+   Flo::Turn::take([machine = keep] { machine->start(); });
+}
+
+void RsvpSnmpSubTunnelStatusSm::start() {
+   bool const started = builtinSmAttrNinitializedSm0_ && !builtinSmAttrNinitializedSm0_->isMarkedForDeletion();
+   if (started || !follows()) return;
+   forget();
+   handleInitialized();
+   visit(attrInitialized);
+}
+
+/// What was scanned and written is of an earlier life.
+void RsvpSnmpSubTunnelStatusSm::forget() {
+   initialScanDone_ = false;
+   inputSmScanState_ = std::make_unique<InputSmScanState>();
+   outputState_ = std::make_unique<OutputState>();
+   outputs_.forEach([](auto& output) { output.beginAnew(); });
+   localAttrStore_ = Vel::makePtr<LocalAttrStore>();
+   withoutIndex_.clear();
+   cacheAttr0_.clear();
+   cacheAttr1_.clear();
+   cacheAttr2_.clear();
+   cacheAttr3_.clear();
+   cacheAttr4_.clear();
 }
 
 void RsvpSnmpSubTunnelStatusSm::handleInitialized() {
    using namespace FloCode::RsvpSnmpSubTunnelStatusSm;
    if (!floControl_.isSynchronous()) createReconciliationTasks();
-   inputSmScanState_ = std::make_unique<InputSmScanState>();
-   outputState_ = std::make_unique<OutputState>();
    assertArgument(static_cast<bool>(mib()), "mib");
    assertArgument(static_cast<bool>(hopTableHelper()), "hopTableHelper");
    assertArgument(static_cast<bool>(rsvpLerConfig()), "rsvpLerConfig");
@@ -152,7 +171,7 @@ void RsvpSnmpSubTunnelStatusSm::handleInitialized() {
    builtinSmAttrNinitializedSm0_->handleInitialized();
    traceDetail("create non-public arg SMs");
    auto const create = [this]<class Machine>(Vel::Ptr<Machine>& slot, auto const& input) {
-      if (isMarkedForDeletion()) return;
+      if (!follows()) return;
       slot = Vel::makePtr<Machine>(this, NoKey(), input);
       slot->handleInitialized();
    };
@@ -194,7 +213,7 @@ bool RsvpSnmpSubTunnelStatusSm::idle() const {
 void RsvpSnmpSubTunnelStatusSm::doDeleteAll() {
    if (!initialized_) return;
    Flo::Turn::take([machine = Vel::Ptr(this)] {
-      if (machine->follows()) machine->retract();
+      if (!machine->isMarkedForDeletion() && !machine->retracted_) machine->retract();
    });
 }
 
@@ -202,12 +221,17 @@ void RsvpSnmpSubTunnelStatusSm::retract() {
    // From here on the rule gives no sp id a row, and what has waited for its turn finds nothing to follow.
    retracted_ = true;
    traceDetail("doDeleteAll RsvpSnmpSubTunnelStatusSm");
-   spIdMapSm13_->doDeleteAll();
-   spStatusCollSm11_->doDeleteAll();
-   subTunnelConfigCollTableSm5_->doDeleteAll();
-   builtinSmAttrNinitializedSm0_->doDeleteAll();
-   lspRequestStatusCollTableSm8_->doDeleteAll();
-   subTunnelStatusCollTableSm1_->doDeleteAll();
+   // Switched off, it has nobody to report what goes: all that there is is of an earlier life.
+   if (!hasNotificationActive()) forget();
+   auto const deleteAll = [](auto const& machine) {
+      if (machine) machine->doDeleteAll();
+   };
+   deleteAll(spIdMapSm13_);
+   deleteAll(spStatusCollSm11_);
+   deleteAll(subTunnelConfigCollTableSm5_);
+   deleteAll(builtinSmAttrNinitializedSm0_);
+   deleteAll(lspRequestStatusCollTableSm8_);
+   deleteAll(subTunnelStatusCollTableSm1_);
    if (isMarkedForDeletion()) return;
    // What comes later must not build on inputs that have been taken back.
    forEachInputMachine([](auto& machine) { machine.velDoZombieReactors(true); });

@@ -67,7 +67,9 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
    /// True when no scan and no reconciliation is pending: the outputs follow from the inputs.
    bool idle() const;
 
-   /// Switches the machine and all its watchers on or off. The first time on starts it.
+   /// Switches the machine and all its watchers on or off. Off, it follows nothing and its rows stay, as those of a
+   /// machine that has ended do. On, it scans its inputs and reconciles the outputs as a successor would, so that what
+   /// has changed meanwhile is made good; rows that are still true stay.
    void hasNotificationActiveIs(bool active) override;
 
    /// Retracts every input, for good: no row, hop entry or reverse index entry of this machine is left once it is idle.
@@ -77,8 +79,8 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
    /// Ends the machine for good, its tasks, watchers and reactors with it, whoever still holds it: it writes nothing
    /// any more. Its rows stay, for a successor to take over.
    void retire();
-   /// Whether it follows its inputs: it is neither retired nor retracted.
-   bool follows() const { return !isMarkedForDeletion() && !retracted_; }
+   /// Whether it follows its inputs: it is on, and neither retired nor retracted.
+   bool follows() const { return hasNotificationActive() && !isMarkedForDeletion() && !retracted_; }
    JoinInputs const& inputs() const { return inputs_; }
 
    // The streams. Called by the watchers and by each other.
@@ -108,6 +110,9 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
                              Vel::Ptr<Tallies::CounterTable const> const& mplsTunnelCounterTable,
                              Flo::SmControl const& floControl);
 
+   void start();
+   void stop();
+   void forget();
    void handleInitialized();
    void handleInitialScanDone();
    void retract();

@@ -354,6 +354,81 @@ TEST_F(Scan, SwitchedOffItFollowsNothingAndKeepsItsRows) {
    EXPECT_TRUE(head.row(kSp12));
 }
 
+TEST_F(Scan, SwitchedOnAgainItMakesGoodWhatItHasMissed) {
+   head.tunnelIs(kParis, kParisPrimary, kSp12);
+   head.tunnelIs(kRome, kRomePrimary, kSp40);
+   head.tunnelIs("cli:to-oslo", "cli:to-oslo@primary.1", "10.0.0.9/50/10.0.0.1/1");
+   startSynchronous();
+   auto const kept = head.row(kSp12);
+   auto const replaced = head.row(kSp40);
+   sm->hasNotificationActiveIs(false);
+   auto const config = head.configIs(kRome);
+   head.statusDel("cli:to-oslo");
+   head.tunnelIs("cli:new", "cli:new@primary.1", "10.0.0.9/99/10.0.0.1/1");
+   EXPECT_EQ(rows(), 3U);
+   sm->hasNotificationActiveIs(true);
+   EXPECT_EQ(head.row(kSp12), kept);
+   EXPECT_TRUE(head.row(kSp40));
+   EXPECT_NE(head.row(kSp40), replaced);
+   EXPECT_FALSE(head.row("10.0.0.9/50/10.0.0.1/1"));
+   EXPECT_TRUE(head.row("10.0.0.9/99/10.0.0.1/1"));
+   expectConsistent();
+   // And it follows again.
+   head.spStatusDel(kSp12);
+   EXPECT_FALSE(head.row(kSp12));
+   expectConsistent();
+}
+
+TEST_F(Scan, SwitchedOffInTheMiddleOfAScanItHasNoTaskAndBeginsAnewWhenItIsOn) {
+   for (int slices = 0; slices < 40; ++slices) {
+      SCOPED_TRACE(slices);
+      head.tunnelIs(kParis, kParisPrimary, kSp12);
+      head.tunnelIs(kRome, kRomePrimary, kSp40);
+      startWithTasks();
+      scheduler->yieldPolicyIs([] { return true; });
+      for (int n = 0; n < slices; ++n) scheduler->runSlice(std::chrono::microseconds(0));
+      sm->hasNotificationActiveIs(false);
+      EXPECT_FALSE(scheduler->hasWork());
+      head.spStatusDel(kSp12);
+      sm->hasNotificationActiveIs(true);
+      scheduler->runAll();
+      EXPECT_TRUE(sm->idle());
+      EXPECT_FALSE(head.row(kSp12));
+      EXPECT_TRUE(head.row(kSp40));
+      expectConsistent();
+   }
+}
+
+TEST_F(Scan, SwitchedOffAndOnInsideANotificationOfTheOutputs) {
+   head.tunnelIs(kParis, kParisPrimary, kSp12);
+   head.tunnelIs(kRome, kRomePrimary, kSp40);
+   startSynchronous();
+   auto const observer = TestSupport::atNotification(*head.mib, 1, [&] {
+      sm->hasNotificationActiveIs(false);
+      head.spStatusDel(kSp40);
+      sm->hasNotificationActiveIs(true);
+   });
+   head.configIs(kParis);
+   EXPECT_TRUE(head.row(kSp12));
+   EXPECT_FALSE(head.row(kSp40));
+   EXPECT_TRUE(sm->idle());
+   expectConsistent();
+}
+
+TEST_F(Scan, RetractionReachesTheRowsOfADerivationThatIsSwitchedOff) {
+   head.tunnelIs(kParis, kParisPrimary, kSp12);
+   head.tunnelIs(kRome, kRomePrimary, kSp40);
+   startSynchronous();
+   sm->hasNotificationActiveIs(false);
+   head.spIdDel(kRomePrimary);
+   sm->doDeleteAll();
+   EXPECT_EQ(rows(), 0U);
+   EXPECT_TRUE(sm->localAttrStore().lspReqConfIdsForSpId().empty());
+   expectConsistent();
+   sm->hasNotificationActiveIs(true);
+   EXPECT_EQ(rows(), 0U) << "a retracted derivation follows nothing any more";
+}
+
 TEST_F(Scan, ADerivationThatGoesTakesItsTasksAlong) {
    head.tunnelIs(kParis, kParisPrimary, kSp12);
    startWithTasks();

@@ -124,7 +124,7 @@ class RsvpSnmpSubTunnelStatusSm : public Vel::PtrInterface {
                 bool isAdd, StandIn const& standIn);
    Vel::Optional<Rsvp::RsvpSpId> spIdOf(Rsvp::RsvpLerLspRequestConfigId const& request) const;
    bool isAmbiguous(Rsvp::RsvpSpId const& spId) const { return localAttrStore_->requestCount(spId) > 1; }
-   bool isSoleRequest(Rsvp::RsvpLerLspRequestConfigId const& request, Rsvp::RsvpSpId const& spId) const;
+   bool isOf(Rsvp::RsvpLerLspRequestConfigId const& request, Rsvp::RsvpSpId const& spId) const;
    bool isHeardOf(Rsvp::RsvpLerLspRequestConfigId const& request, Rsvp::RsvpSpId const& spId, Join const& join) const;
    Vel::Optional<Join> entitlement(Rsvp::RsvpSpId const& spId) const;
    void settle(StreamTexts const& texts, Rsvp::RsvpSpId const& spId);

@@ -201,7 +201,7 @@ void RsvpSnmpSubTunnelStatusSm::rowTail(StreamTexts const& texts, RsvpLerLspRequ
    auto joined = join();
    if (!joined) return traceFilter(failed);
    if (!isAdd) return outputs_.deleteRow(mibKey);
-   if (!isSoleRequest(request, spId) || !isHeardOf(request, spId, *joined)) return;
+   if (!isOf(request, spId) || !isHeardOf(request, spId, *joined)) return;
    // And once more behind the observers of a row that had to make way.
    if (outputs_.clear(mibKey, *joined) && (isMarkedForDeletion() || !(joined = entitlement(spId)))) {
       return;
@@ -214,10 +214,10 @@ void RsvpSnmpSubTunnelStatusSm::rowTail(StreamTexts const& texts, RsvpLerLspRequ
    }
 }
 
-/// Whether the sp id is this request's and nobody else's, as published and in the reverse index.
-bool RsvpSnmpSubTunnelStatusSm::isSoleRequest(RsvpLerLspRequestConfigId const& request, RsvpSpId const& spId) const {
+/// Whether the request maps to the sp id, as published and in the reverse index.
+bool RsvpSnmpSubTunnelStatusSm::isOf(RsvpLerLspRequestConfigId const& request, RsvpSpId const& spId) const {
    auto const set = localAttrStore_->lspReqConfIdsForSpId()[spId];
-   return !retracted_ && set && set->lrciSet().size() == 1 && set->lrciSet().contains(request) &&
+   return !retracted_ && set && set->lrciSet().contains(request) &&
           inputs_.spId(request) == Vel::Optional<RsvpSpId>(spId);
 }
 
@@ -227,7 +227,7 @@ Vel::Optional<Join> RsvpSnmpSubTunnelStatusSm::entitlement(RsvpSpId const& spId)
    auto const set = localAttrStore_->lspReqConfIdsForSpId()[spId];
    if (!set || set->lrciSet().empty()) return Vel::None;
    RsvpLerLspRequestConfigId const request = set->lrciSet().begin()->key;
-   if (!isSoleRequest(request, spId)) return Vel::None;
+   if (!isOf(request, spId)) return Vel::None;
    std::string_view failed;
    auto const join = joinInputs(inputs_, request, spId, {}, true, failed);
    return join && isHeardOf(request, spId, *join) ? join : Vel::None;

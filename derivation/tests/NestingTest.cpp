@@ -243,3 +243,24 @@ TEST(Nesting, EachChangeInsideEachNotificationOfTheOutputs) {
 TEST(Nesting, EachChangeInsideEachNotificationOfTheInputs) {
    EXPECT_GT(nestAll([](Switch const& world) { return world.inputs(); }), 400);
 }
+
+// The delete of the old object comes first; when the add of the new one does, that may have gone as well.
+TEST(Nesting, NoRowIsMadeOverAnObjectThatHasGoneMeanwhile) {
+   auto const expectNoRow = [](auto&& replace, auto&& take) {
+      Switch world;
+      world.start();
+      bool taken = false;
+      auto const observer = Vel::makePtr<Observer>(*world.head.mib, [&](Vel::AttributeId attribute, void const*) {
+         if (attribute != MplsSnmp::MplsTeMib::attrMplsTunnelTable) return;
+         EXPECT_FALSE(world.head.row(kSp12));
+         if (!std::exchange(taken, true)) take(world.head);
+      });
+      replace(world);
+      EXPECT_TRUE(taken);
+      EXPECT_FALSE(world.head.row(kSp12));
+   };
+   expectNoRow([](Switch& world) { world.configIs(kParis); }, [](auto& head) { head.configDel(kParis); });
+   expectNoRow([](Switch& world) { world.head.requestStatusIs(kParisPrimary); },
+               [](auto& head) { head.requestStatusDel(kParisPrimary); });
+   expectNoRow([](Switch& world) { world.head.spStatusIs(kSp12); }, [](auto& head) { head.spStatusDel(kSp12); });
+}

@@ -2,6 +2,7 @@
 // When a tunnel row is there, and over which inputs.
 #include "derivation/tests/Derivation.h"
 #include "substrate/vel/Reactor.h"
+#include "tests/support/Observer.h"
 
 using testing::ElementsAre;
 using TestSupport::TraceCapture;
@@ -280,6 +281,36 @@ TEST_F(Rows, ADeletedRowReleasesItsIndexThenItsHopEntryThenLeavesTheTable) {
    ASSERT_NE(row, texts.end());
    EXPECT_LT(hop, row);
    reactor->retire();
+}
+
+// A hop list is its tunnel's; whoever else insists on the index keeps the row away, and throws nothing into an event.
+TEST_F(Rows, AnObserverThatPutsHopEntriesOfItsOwnKeepsTheRowAwayForAsLongAsItInsists) {
+   startSynchronous();
+   auto const stranger = head.statusIs(kRome, "");
+   auto const config = head.configIs(kRome);
+   auto const insist = [&](std::uint32_t index) {
+      if (head.hopTableHelper->pathSpecCollTableSm(index)) return;
+      head.hopTableHelper->pathSpecCollTableSmIs(index, head.lerConfig, stranger, config, head.mib);
+   };
+   auto onRow = Vel::makePtr<TestSupport::Observer>(*head.mib, [&](Vel::AttributeId attribute, void const*) {
+      if (attribute != MplsSnmp::MplsTeMib::attrMplsTunnelTable) return;
+      if (auto const row = head.row(kSp12)) insist(row->hopTableIndex());
+   });
+   auto onEntry = Vel::makePtr<TestSupport::Observer>(*head.hopTableHelper, [&](Vel::AttributeId, void const* key) {
+      insist(*static_cast<std::uint32_t const*>(key));
+   });
+   TraceCapture const trace("RsvpSnmpSm");
+   EXPECT_NO_THROW(head.tunnelIs(kParis, kParisPrimary, kSp12));
+   EXPECT_FALSE(head.row(kSp12));
+   EXPECT_EQ(indicesInUse(), 0U);
+   EXPECT_TRUE(std::ranges::any_of(trace.texts(), [](auto const& text) { return text.starts_with("hop index "); }));
+   onRow = nullptr;
+   onEntry = nullptr;
+   head.spStatusIs(kSp12);
+   ASSERT_TRUE(head.row(kSp12));
+   auto const entry = head.hopTableHelper->pathSpecCollTableSm(head.row(kSp12)->hopTableIndex());
+   ASSERT_TRUE(entry);
+   EXPECT_NE(entry->subTunnelStatus(), stranger);
 }
 
 // An object can lose its last reference inside its own handler.

@@ -268,6 +268,42 @@ TEST_F(Scan, InputsThatGoBeforeTheirWatcherCameToThemLeaveNoRow) {
    expectConsistent();
 }
 
+// The first that is heard of an sp id may come before it is known whose it is.
+TEST_F(Scan, AnEventBeforeTheReverseIndexIsFilledCostsNoRowItsIndex) {
+   head.tunnelIs(kParis, kParisPrimary, kSp12);
+   startSynchronous();
+   auto const row = head.row(kSp12);
+   sm = nullptr;
+   startWithTasks();
+   auto const same = Vel::makePtr<Rsvp::RsvpSpStatusColl>();
+   same->spStatusIs(head.spIdOf(kSp12), head.spStatuses->spStatus()[head.spIdOf(kSp12)]);
+   head.kelpStatus->spStatusCollIs(same);
+   scheduler->runAll();
+   EXPECT_EQ(head.row(kSp12), row);
+   expectConsistent();
+}
+
+TEST_F(Scan, ARetractionMakesNoRowWhateverItsScansHaveNotComeTo) {
+   head.tunnelIs(kParis, kParisPrimary, kSp12);
+   startWithTasks();
+   scheduler->yieldPolicyIs([] { return true; });
+   scheduler->runSlice(std::chrono::microseconds(0));
+   ASSERT_EQ(sm->localAttrStore().requestCount(head.spIdOf(kSp12)), 1U) << "known to the reverse index alone";
+   auto const same = Vel::makePtr<Rsvp::RsvpSpStatusColl>();
+   same->spStatusIs(head.spIdOf(kSp12), head.spStatuses->spStatus()[head.spIdOf(kSp12)]);
+   head.kelpStatus->spStatusCollIs(same);
+   ASSERT_TRUE(head.row(kSp12));
+   int made = 0;
+   auto const observer = Vel::makePtr<TestSupport::Observer>(*head.mib, [&](Vel::AttributeId attribute, void const*) {
+      if (attribute == MplsSnmp::MplsTeMib::attrMplsTunnelTable && head.row(kSp12)) ++made;
+   });
+   sm->doDeleteAll();
+   scheduler->runAll();
+   EXPECT_EQ(made, 0);
+   EXPECT_EQ(rows(), 0U);
+   expectConsistent();
+}
+
 TEST_F(Scan, RetractionTakesEverythingBackInItsOrder) {
    head.tunnelIs(kParis, kParisPrimary, kSp12);
    head.tunnelIs(kRome, kRomePrimary, kSp40);

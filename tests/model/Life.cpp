@@ -36,6 +36,12 @@ World::World(Settings const& settings)
    watch(hopTableHelper_);
    watch(root_);
    for (int n = 0; n < 30; ++n) wholeEvent();
+   auto const& store = published_.store;
+   others_ = {writable(store.lerConfig()), writable(store.lerHiveStatus()), writable(store.kelpStatus())};
+   swapInputs();
+   for (int n = 0; n < 20; ++n) documentEvent();
+   published_.earlier = published_.store.document();
+   swapInputs();
 }
 
 World::~World() {
@@ -57,6 +63,7 @@ void World::start() {
    }
    root_->rsvpTeSnmpAgentIs(mib_, hopTableHelper_, lerConfig_, lerStatus_, kelpStatus_, counterTable_);
    Flo::SmControl::defaultSynchronousIs(!settings_.tasks);
+   watchAgent();
 }
 
 std::string World::event() {
@@ -64,15 +71,22 @@ std::string World::event() {
    depth_ = 0;
    ++events_;
    single_ = false;
-   std::string what = chance(4) || ((retracted_ || silenced_) && chance(15)) ? life() : change();
+   std::string what = chance(4) || ((retracted_ || silenced_) && chance(20)) ? life() : change();
    while (held_.size() > 6 || (!held_.empty() && chance(10))) letGo();
    std::erase_if(observers_, [](auto const& observer) { return !observer->notifierObject(); });
    return what + std::exchange(happened_, {});
 }
 
+void World::slice() {
+   insideLeft_ = kInside;
+   depth_ = 0;
+   if (hasDocuments()) single_ = false;
+   Orb::TaskSchedulerRoot::findOrCreateScheduler()->runSlice(std::chrono::microseconds(0));
+   watchPublished();
+}
+
 std::string World::life() {
-   auto const agent = root_->rsvpTeSnmpAgent();
-   if (agent) {
+   if (auto const agent = root_->rsvpTeSnmpAgent()) {
       auto const machine = agent->subTunnelStatusSm();
       switch (pick(8)) {
          case 0:
@@ -80,20 +94,17 @@ std::string World::life() {
             machine->doDeleteAll();
             return "retracted";
          case 1:
-            if (depth_ == 0 && machine->idle() && !retracted_) {
-               silenced_ = true;
-               machine->hasNotificationActiveIs(false);
-               return "switched off";
-            }
+            if (!retracted_) return silenced_ ? switchOn() : switchOff();
             break;
          case 2:
             for (auto const& taken : held_) {
                // Whoever holds it may try to wake it.
-               auto* const dead = const_cast<Vel::PtrInterface*>(taken.get());
-               if (dead == machine.get()) continue;
-               if (dynamic_cast<MplsSnmp::RsvpSnmpSubTunnelStatusSm*>(dead)) dead->hasNotificationActiveIs(true);
+               auto* const dead = dynamic_cast<MplsSnmp::RsvpSnmpSubTunnelStatusSm const*>(taken.get());
+               if (!dead || dead == machine.get()) continue;
+               const_cast<MplsSnmp::RsvpSnmpSubTunnelStatusSm*>(dead)->hasNotificationActiveIs(true);
+               const_cast<MplsSnmp::RsvpSnmpSubTunnelStatusSm*>(dead)->doDeleteAll();
             }
-            return "what is held is switched on";
+            return "what is held is switched on and retracted";
          default:
             break;
       }
@@ -101,6 +112,21 @@ std::string World::life() {
       if (chance(40)) held_.push_back(machine);
    }
    return restart();
+}
+
+std::string World::switchOff() {
+   auto const machine = root_->rsvpTeSnmpAgent()->subTunnelStatusSm();
+   silenced_ = true;
+   cutShort_ = depth_ != 0 || !machine->idle();
+   machine->hasNotificationActiveIs(false);
+   return "switched off";
+}
+
+std::string World::switchOn() {
+   silenced_ = false;
+   restarted_ = true;
+   root_->rsvpTeSnmpAgent()->subTunnelStatusSm()->hasNotificationActiveIs(true);
+   return "switched on";
 }
 
 std::string World::restart() {
@@ -112,6 +138,21 @@ std::string World::restart() {
       counterTable_ = Vel::makePtr<Tallies::CounterTable>("counters");
       what += " with other counters";
    }
+   what += otherInputs() + otherOutputs();
+   if (away && chance(50)) what += ", " + change();
+   start();
+   return what;
+}
+
+std::string World::otherInputs() {
+   // Not inside a notification: what goes on around it has to do with the inputs as they are.
+   if (depth_ == 0 && chance(isPublished() ? 30 : 15)) {
+      swapInputs();
+      watchPublished();
+      return isPublished() ? " with the inputs of the store" : " with the inputs of the publisher";
+   }
+   if (isPublished()) return {};
+   std::string what;
    if (chance(20)) {
       auto const fresh = made<Rsvp::RsvpLerConfig>("lerConfig");
       fresh->pathSpecCollTableIs(lerConfig_->pathSpecCollTable());
@@ -133,6 +174,13 @@ std::string World::restart() {
       lerStatus_ = fresh;
       what += " with another status tree";
    }
+   // The agent has the old ones still, if it was not taken away: what is in the new ones is news.
+   if (!what.empty() && chance(60)) what += ", " + tableEvent();
+   return what;
+}
+
+std::string World::otherOutputs() {
+   std::string what;
    if (chance(25)) {
       Vel::Ptr<MplsSnmp::HopTableHelper> const old = oldest(helpers_);  // goes when all else is in order
       if (chance(50)) {
@@ -162,8 +210,6 @@ std::string World::restart() {
       for (auto const& node : mib_->mplsTunnelTable()) rowsSeen_.emplace(node.key(), node.value());
       what += " with another MIB";
    }
-   if (away && chance(50)) what += ", " + change();
-   start();
    return what;
 }
 
@@ -184,6 +230,15 @@ void World::watchMib() {
             }
             told();
          }));
+}
+
+/// The agent and its derivation.
+void World::watchAgent() {
+   auto const agent = root_->rsvpTeSnmpAgent();
+   if (!agent || std::ranges::any_of(observers_, [&](auto const& e) { return e->notifierObject() == agent.get(); }))
+      return;
+   watch(agent);
+   watch(agent->subTunnelStatusSm());
 }
 
 void World::letGo() {
@@ -217,6 +272,7 @@ bool World::wasRow(MplsSnmp::MplsTunnelTableKey const& key, Row const& row) cons
 
 void World::settled() {
    restarted_ = false;
+   single_ = false;
    events_ = 0;
    insideSince_ = 0;
    rowsSeen_.clear();

@@ -93,6 +93,7 @@ void addHopRows(World const& world, MplsTunnelTableEntryRsvp const& row, HopRows
 std::vector<std::string> Oracle::check(World const& world) {
    wrong_.clear();
    requests_.clear();
+   wasSilenced_ = world.silenced() && wasSilenced_;
    if (auto const& map = world.lerStatus().spIdMap()) {
       for (auto const& entry : map->spIdForLspRequestConfigId()) requests_[entry.value].insert(entry.key);
    }
@@ -104,8 +105,10 @@ std::vector<std::string> Oracle::check(World const& world) {
       checkTunnelRows(world);
       checkReverseIndex(world);
    }
-   checkIndices(world);
-   checkHopRows(world);
+   if (!world.cutShort()) {
+      checkIndices(world);
+      checkHopRows(world);
+   }
    rows_.clear();
    for (auto const& node : world.mib().mplsTunnelTable()) rows_[node.key()] = node.value();
    before_ = requests_;
@@ -118,7 +121,7 @@ void Oracle::checkRetracted(World const& world) {
 }
 
 void Oracle::checkSilenced(World const& world) {
-   if (world.restarted()) return;
+   if (!std::exchange(wasSilenced_, true) || world.restarted()) return;
    std::size_t same = 0;
    for (auto const& node : world.mib().mplsTunnelTable()) same += rows_[node.key()] == node.value();
    if (same != rows_.size()) wrong("the rows of a derivation that is switched off have changed");

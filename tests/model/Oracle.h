@@ -46,6 +46,7 @@ class Oracle {
    std::map<Rsvp::RsvpSpId, Requests> requests_;  // now
    std::map<Rsvp::RsvpSpId, Requests> before_;    // at the last check
    std::map<Key, World::Row> rows_;               // at the last check
+   bool wasSilenced_ = false;                     // at the last check
    Held held_;
 };
 

@@ -8,14 +8,20 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include "agent/MplsSnmpAgent.h"
+#include "host/store/ChangeQueue.h"
+#include "host/store/StateError.h"
+#include "host/store/StateStore.h"
 #include "inputs/rsvp/LerConfig.h"
 #include "tests/support/Observer.h"
 
 namespace Model {
 
 /// A small head end with everything that can happen to it: a few sub-tunnels, LSP requests, sp ids and path specs, few
-/// enough that they meet in every combination, and most of them with a row.
+/// enough that they meet in every combination, and most of them with a row. Its inputs are now objects that a publisher
+/// makes and replaces as it likes, now those of a state store that documents come into.
 ///
 /// Observers sit at every object of it, most of them since before the derivation came to it, and at the outputs. Inside
 /// a notification they do what can happen at any other time.
@@ -37,6 +43,10 @@ class World {
    void start();
    /// One random event, with what happens inside its notifications; its description is for the log of a failure.
    std::string event();
+   /// Goes on with the documents that are on their way into the store, for as long as a slice lasts.
+   void slice();
+   /// Whether documents are on their way.
+   bool hasDocuments() const { return published_.queue.waiting() != 0; }
 
    MplsSnmp::MplsTeMib const& mib() const { return *mib_; }
    MplsSnmp::HopTableHelper const& hopTableHelper() const { return *hopTableHelper_; }
@@ -48,11 +58,13 @@ class World {
    Rsvp::RsvpKelpStatus const& kelpStatus() const { return *kelpStatus_; }
    Tallies::CounterTable const& counterTable() const { return *counterTable_; }
 
-   /// What has been so since `settled` was called last: the agent was started, retracted or switched off; what the rows
-   /// under each key were; sp ids whose requests changed.
+   /// What has been so since `settled` was called last: the agent was started, or switched on; what the rows under each
+   /// key were; sp ids whose requests changed.
    bool restarted() const { return restarted_; }
+   /// What is so now: the derivation was retracted, or switched off, maybe in the middle of its work.
    bool retracted() const { return retracted_; }
    bool silenced() const { return silenced_; }
+   bool cutShort() const { return silenced_ && cutShort_; }
    bool wasRow(MplsSnmp::MplsTunnelTableKey const& key, Row const& row) const;
    /// Whether one entry of one input has changed since, and nothing else.
    bool quiet() const { return events_ <= 1 && single_ && insideSince_ == 0 && !restarted_; }
@@ -66,10 +78,15 @@ class World {
    // Life.cpp: the agent, what is held of it, and what happens inside notifications.
    std::string life();
    std::string restart();
+   std::string switchOff();
+   std::string switchOn();
+   std::string otherInputs();
+   std::string otherOutputs();
    void told();
    void letGo();
    void watch(Vel::Ptr<Vel::PtrInterface const> const& object);
    void watchMib();
+   void watchAgent();
    template <class T, class... Args>
    Vel::Ptr<T> made(Args&&... args) {
       auto const object = Vel::makePtr<T>(std::forward<Args>(args)...);
@@ -89,7 +106,7 @@ class World {
       return copy;
    }
 
-   // World.cpp: events, one for each kind of input.
+   // Events.cpp: one for each kind of input.
    std::string change();
    std::string wholeEvent();
    std::string spIdEvent();
@@ -101,6 +118,15 @@ class World {
    std::string collectionEvent();
    std::string tableEvent();
 
+   // Documents.cpp: the state store's inputs.
+   bool isPublished() const;
+   void swapInputs();
+   std::string documentEvent();
+   std::string publish(Store::ChangeKind kind, std::string const& document);
+   void addEntry(nlohmann::json& patch);
+   void watchPublished();
+
+   // World.cpp: what there is.
    std::uint64_t pick(std::uint64_t n) { return random_() % n; }
    bool chance(unsigned percent) { return pick(100) < percent; }
    Rsvp::RsvpLerTunnelSource anySource();
@@ -132,12 +158,24 @@ class World {
    Writable<Rsvp::RsvpLerPathSpecCollForSource> pathSpecColl(Rsvp::RsvpLerTunnelSource source);
    Writable<Rsvp::RsvpLerSubTunnelConfigColl> newConfigColl(Rsvp::RsvpLerTunnelSpecId const& id);
    Writable<Rsvp::RsvpLerSubTunnelStatusColl> newStatusColl(Rsvp::RsvpLerTunnelSpecId const& id);
+   Writable<Rsvp::RsvpLerLspRequestStatusCollForLspGroup> newRequestColl(Rsvp::RsvpLerLspGroupId const& id);
+   Writable<Rsvp::RsvpLerPathSpecCollForSource> newPathSpecColl(Rsvp::RsvpLerTunnelSource source);
    Writable<Rsvp::RsvpLerSubTunnelStatus> newStatus(Rsvp::RsvpLerSubTunnelConfigId const& id);
    Writable<Rsvp::RsvpLerSubTunnelConfig> newConfig(Rsvp::RsvpLerSubTunnelConfigId const& id);
    Writable<Rsvp::RsvpLerPathSpec> newPathSpec(Rsvp::RsvpLerPathSpecId const& id);
 
+   /// The store, and what has been published to it.
+   struct Published {
+      Published();
+      Vel::Ptr<Vel::EntityDir> root;
+      Store::StateStore store;
+      Store::ChangeQueue queue;
+      std::string earlier;
+   };
+
    Settings const settings_;
    Random random_;
+   Published published_;
    std::map<std::string, std::size_t> homes_;  // which sp id is a request's own
    Vel::Ptr<MplsSnmp::MplsTeMib> mib_;
    Vel::Ptr<MplsSnmp::HopTableHelper> hopTableHelper_;
@@ -145,6 +183,11 @@ class World {
    Vel::Ptr<Rsvp::RsvpLerHiveStatus> lerStatus_;
    Vel::Ptr<Rsvp::RsvpKelpStatus> kelpStatus_;
    Vel::Ptr<Tallies::CounterTable> counterTable_;
+   struct {
+      Vel::Ptr<Rsvp::RsvpLerConfig> lerConfig;
+      Vel::Ptr<Rsvp::RsvpLerHiveStatus> lerStatus;
+      Vel::Ptr<Rsvp::RsvpKelpStatus> kelpStatus;
+   } others_;  // those that the agent does not have: of the store, or of the publisher
    Vel::Ptr<MplsSnmp::Root> root_;
 
    std::deque<Vel::Ptr<Vel::PtrInterface const>> held_;  // agents, derivations and outputs that have been taken out
@@ -162,6 +205,7 @@ class World {
    bool restarted_ = false;
    bool retracted_ = false;
    bool silenced_ = false;
+   bool cutShort_ = false;
 };
 
 }  // namespace Model

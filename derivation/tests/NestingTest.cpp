@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Whatever an observer does inside a notification, the tables are those of the inputs when the outermost change is
 // done.
+#include <array>
 #include <functional>
 #include <map>
 
@@ -263,4 +264,43 @@ TEST(Nesting, NoRowIsMadeOverAnObjectThatHasGoneMeanwhile) {
    expectNoRow([](Switch& world) { world.head.requestStatusIs(kParisPrimary); },
                [](auto& head) { head.requestStatusDel(kParisPrimary); });
    expectNoRow([](Switch& world) { world.head.spStatusIs(kSp12); }, [](auto& head) { head.spStatusDel(kSp12); });
+}
+
+// What comes and goes again before its own event has had its turn must not have made a row: that event finds nothing,
+// and would not find the row either.
+TEST(Nesting, AnInputThatComesAndGoesBeforeItIsHeardOfLeavesNoRow) {
+   using Change = void (*)(Switch&);
+   struct Input {
+      Change comes;
+      Change goes;
+      Change another;  // change of another input of the same row
+   };
+   Change const newSpStatus = [](Switch& world) { world.head.spStatusIs(kSp12); };
+   std::array const inputs{Input{[](Switch& world) { world.configIs(kParis); },
+                                 [](Switch& world) { world.head.configDel(kParis); }, newSpStatus},
+                           Input{[](Switch& world) { world.head.requestStatusIs(kParisPrimary); },
+                                 [](Switch& world) { world.head.requestStatusDel(kParisPrimary); }, newSpStatus},
+                           Input{newSpStatus, [](Switch& world) { world.head.spStatusDel(kSp12); },
+                                 [](Switch& world) { world.configIs(kParis); }}};
+   for (Input const& input : inputs) {
+      Switch world;
+      world.start();
+      input.goes(world);
+      bool begun = false;
+      bool gone = false;
+      auto const observer = Vel::makePtr<Observer>(*world.head.mib, [&](Vel::AttributeId attribute, void const*) {
+         if (attribute != MplsSnmp::MplsTeMib::attrMplsTunnelTable) return;
+         if (!std::exchange(begun, true)) {
+            input.another(world);
+            input.comes(world);
+         } else if (!gone && world.head.row(kSp12)) {
+            gone = true;
+            input.goes(world);
+         }
+      });
+      world.head.spStatusIs(kSp40);
+      EXPECT_TRUE(gone);
+      EXPECT_FALSE(world.head.row(kSp12));
+      world.expectRight();
+   }
 }

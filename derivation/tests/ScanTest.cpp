@@ -463,6 +463,8 @@ TEST_F(Scan, RetractionReachesTheRowsOfADerivationThatIsSwitchedOff) {
    expectConsistent();
    sm->hasNotificationActiveIs(true);
    EXPECT_EQ(rows(), 0U) << "a retracted derivation follows nothing any more";
+   EXPECT_TRUE(sm->localAttrStore().lspReqConfIdsForSpId().empty());
+   EXPECT_TRUE(sm->idle());
 }
 
 TEST_F(Scan, ADerivationThatGoesTakesItsTasksAlong) {

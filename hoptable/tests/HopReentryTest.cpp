@@ -112,6 +112,19 @@ TEST_F(HopReentryTest, theCollectionIsReplacedInAHandlerOfTheOldOne) {
    EXPECT_EQ(cli_->references(), 1);
 }
 
+TEST_F(HopReentryTest, theEntryIsMadeAnewWhileTheChildForAnotherCollectionIsBuilt) {
+   entryIs(7, paris_);
+   auto const other = Vel::makePtr<Coll>();
+   specIs(other, "cli:gold")->nameIs(Rsvp::storedName("other gold"));
+   when("7.1.1", [&] {
+      helper_->pathSpecCollTableSmDel(7);
+      entryIs(7, paris_);
+   });
+   table_->pathSpecCollIs(Source::cli, other);
+   EXPECT_THAT(rows(),
+               ElementsAre("7.1.1 10.0.12.2 other gold", "7.1.2 10.0.23.3 other gold", "7.1.3 10.0.34.4 other gold"));
+}
+
 TEST_F(HopReentryTest, aLaterCollectionComesWhileTheChildForAnEarlierOneIsBuilt) {
    entryIs(7, paris_);
    auto const second = Vel::makePtr<Coll>();

@@ -144,6 +144,18 @@ TEST_F(HopTableHelperTest, anotherHelperThatTakesTheIndexOverWhileTheRowsGoKeeps
    EXPECT_THAT(rows(), ElementsAre("7.1.1 10.0.12.2 gold", "7.1.2 10.0.23.3 gold"));
 }
 
+TEST_F(HopTableHelperTest, anotherHelperThatTakesOverWhatIsLeftOfADyingOneKeepsItsRows) {
+   entryIs(7, paris_);
+   entryIs(8, paris_);
+   auto const other = hopTableHelperFactory();
+   auto const listener = TestSupport::atNotification(*mib_, 1, [&] {
+      EXPECT_TRUE(other->otherKeepersDel(8, mib_));
+      other->pathSpecCollTableSmIs(8, lerConfig_, paris_.status, paris_.config, mib_);
+   });
+   helper_ = nullptr;
+   EXPECT_THAT(rows(), ElementsAre("8.1.1 10.0.12.2 gold"));
+}
+
 TEST_F(HopTableHelperTest, deletingAnIndexWithoutEntryReturnsNothingAndChangesNothing) {
    entryIs(7, paris_);
    EXPECT_EQ(helper_->pathSpecCollTableSmDel(8), nullptr);

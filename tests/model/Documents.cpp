@@ -39,13 +39,14 @@ std::string World::documentEvent() {
 /// At once, or behind those that wait already.
 std::string World::publish(Store::ChangeKind kind, std::string const& document) {
    bool const waits = chance(60) && published_.queue.waiting() < 4;
-   std::string what = fmt::format("{} {}", waits ? "queued" : "applied", document);
+   bool const isPatch = kind == Store::ChangeKind::patch;
+   std::string what = fmt::format("{} {}", waits ? "queued" : "applied", isPatch ? document : "an earlier state");
    if (waits) {
       published_.queue.add(kind, document, [this](Store::ChangeQueue::Outcome const&) { told(); });
       return what;
    }
    try {
-      if (kind == Store::ChangeKind::patch) {
+      if (isPatch) {
          published_.store.applyPatch(document);
       } else {
          published_.store.replace(document);

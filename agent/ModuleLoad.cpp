@@ -5,6 +5,7 @@
 #include "derivation/Types.h"
 #include "hoptable/Types.h"
 #include "mib/Types.h"
+#include "notifications/Types.h"
 #include "substrate/vel/TraceHandle.h"
 #include "substrate/vel/TypeRegistry.h"
 
@@ -21,6 +22,7 @@ constexpr int kEarly = 1000;
 [[gnu::init_priority(kEarly)]] Vel::TypeModule const mplsSnmpAgentModule("MplsSnmpAgent", mplsSnmpAgentTypes());
 [[gnu::init_priority(kEarly)]] Vel::TypeModule const derivationModule("RsvpSnmpSubTunnelStatusSm",
                                                                       rsvpSnmpSubTunnelStatusSmTypes());
+[[gnu::init_priority(kEarly)]] Vel::TypeModule const tunnelMonitorModule("TunnelMonitor", tunnelMonitorTypes());
 
 }  // namespace
 

@@ -207,7 +207,8 @@ TEST_F(Agent, AWrongInputIsRefusedAndLeavesTheRootAsItWas) {
 
 TEST(Load, TheTypeModulesAreRegisteredInTheOrderOfTheLibrary) {
    EXPECT_THAT(Vel::TypeRegistry::instance().moduleNames(),
-               ElementsAre("Inputs", "HopTableHelper", "MplsSnmp", "MplsSnmpAgent", "RsvpSnmpSubTunnelStatusSm"));
+               ElementsAre("Inputs", "HopTableHelper", "MplsSnmp", "MplsSnmpAgent", "RsvpSnmpSubTunnelStatusSm",
+                           "TunnelMonitor"));
 }
 
 TEST(Load, TheDebugHandlerOfTheDerivationExistsFromTheStart) {

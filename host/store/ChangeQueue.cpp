@@ -23,23 +23,30 @@ ChangeQueue::ChangeQueue(StateStore& store)
 void ChangeQueue::add(ChangeKind kind, std::string document, Done done) {
    bool const isShort = kind == ChangeKind::patch && document.size() <= kShort;
    (isShort ? short_ : long_).waiting.push_back({kind, std::move(document), std::move(done)});
-   task_->scheduleTask();
+   schedule();
 }
 
 void ChangeQueue::add(Reading reading) {
    long_.waiting.push_back({ChangeKind::patch, {}, {}, std::move(reading)});
-   task_->scheduleTask();
+   schedule();
+}
+
+/// The task that is running sees for itself what has come, when it is done with what it is at.
+void ChangeQueue::schedule() {
+   if (!task_->taskCurrentlyRunning()) task_->scheduleTask();
 }
 
 void ChangeQueue::run(Orb::Task& task) {
    while (over_ || waiting() != 0) {
+      hasEnded_ = false;
       step(task);
+      if (!over_ && waiting() == 0) return;
+      // Whoever is told may add the next at once, and so for ever. Where no document is half applied others have their
+      // turn, such as those who look at what a whole document has changed.
+      bool const isApplying = long_.changes && long_.changes->checked();
+      if (hasEnded_ && !isApplying) return task.scheduleTaskLast();
       // A look at the clock takes a hundredth of what the smallest entry does, and of the largest one is enough.
-      // Whoever is told may add the next at once, and so for ever.
-      if (task.taskShouldYield()) {
-         if (over_ || waiting() != 0) task.scheduleTask();
-         return;
-      }
+      if (task.taskShouldYield()) return task.scheduleTask();
    }
 }
 
@@ -105,6 +112,7 @@ void ChangeQueue::stepLong(Orb::Task& task) {
 
 /// The first of the row has come to its end: whoever waits for it is told.
 void ChangeQueue::end(Row& row, Outcome const& outcome) {
+   hasEnded_ = true;
    Done const done = std::move(row.waiting.front().done);
    row.waiting.pop_front();
    if (&row == &long_) {

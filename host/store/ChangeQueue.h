@@ -64,6 +64,7 @@ class ChangeQueue {
       std::unique_ptr<ChangeSet> changes{};
    };
 
+   void schedule();
    void run(Orb::Task& task);
    void step(Orb::Task& task);
    bool shortHasTurn() const;
@@ -75,6 +76,7 @@ class ChangeQueue {
    Row short_;
    Row long_;
    bool reading_ = false;             // the first of the long ones, which has begun
+   bool hasEnded_ = false;            // a document, with the step that was last
    std::size_t owed_ = 0;             // steps of a long one before the next short one
    std::unique_ptr<ChangeSet> over_;  // a long one on its way out
    Vel::Ptr<Orb::Task> const task_;

@@ -71,10 +71,10 @@ Vel::Ptr<TaskScheduler> TaskSchedulerRoot::findOrCreateScheduler() {
    return scheduler;
 }
 
-void TaskScheduler::enqueue(Task& task) {
+void TaskScheduler::enqueue(Task& task, bool keepsTurn) {
    auto& queue = queues_[task.priority_];
    // A task that yields keeps its turn: it goes on in the next slice before those behind it begin.
-   if (&task == running_) {
+   if (keepsTurn && &task == running_) {
       queue.push_front(&task);
    } else {
       queue.push_back(&task);
@@ -129,7 +129,11 @@ Task::Task(Vel::Ptr<TaskScheduler> scheduler, TaskPriority priority, std::string
 Task::~Task() { cancelTask(); }
 
 void Task::scheduleTask() {
-   if (!queued_) scheduler_->enqueue(*this);
+   if (!queued_) scheduler_->enqueue(*this, true);
+}
+
+void Task::scheduleTaskLast() {
+   if (!queued_) scheduler_->enqueue(*this, false);
 }
 
 void Task::cancelTask() {

@@ -42,7 +42,7 @@ class TaskScheduler : public Vel::PtrInterface {
 
  private:
    friend class Task;
-   void enqueue(Task& task);
+   void enqueue(Task& task, bool keepsTurn);
    void dequeue(Task& task);
    bool runNext();
    bool mustYield() const;
@@ -71,6 +71,9 @@ class Task : public Vel::PtrInterface {
 
    /// Queues the task to run later; a task that is queued already stays where it is.
    void scheduleTask();
+   /// The same, behind all others of its priority: a running task that is done with one thing lets them have their
+   /// turn.
+   void scheduleTaskLast();
    /// Takes the task out of the queue.
    void cancelTask();
 

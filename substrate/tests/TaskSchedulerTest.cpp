@@ -98,6 +98,19 @@ TEST_F(TaskSchedulerTest, aTaskThatYieldsKeepsItsTurn) {
    EXPECT_EQ(runAll(), (Log{"a", "b"}));
 }
 
+TEST_F(TaskSchedulerTest, aTaskThatLetsOthersHaveTheirTurnGoesOnBehindThem) {
+   int slices = 0;
+   auto const low = task("low", TaskPriority::low);
+   auto const a = task("a", TaskPriority::normal, [&](Task& self) {
+      if (++slices < 3) self.scheduleTaskLast();
+   });
+   auto const b = task("b");
+   low->scheduleTask();
+   a->scheduleTask();
+   b->scheduleTask();
+   EXPECT_EQ(runAll(), (Log{"a", "b", "a", "a", "low"}));
+}
+
 TEST_F(TaskSchedulerTest, moreUrgentWorkGoesBeforeATaskThatYielded) {
    auto const urgent = task("urgent", TaskPriority::urgent);
    int slices = 0;

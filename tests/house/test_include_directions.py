@@ -16,8 +16,11 @@ MAY_INCLUDE = {
     "mib": ["substrate", "inputs", "host/snmp"],
     "hoptable": ["substrate", "inputs", "host/snmp", "mib"],
     "derivation": ["substrate", "inputs", "host/snmp", "mib", "hoptable"],
+    "notifications": ["substrate", "inputs", "host/snmp", "mib"],
     "snmp": ["substrate", "inputs", "host/snmp", "mib"],
-    "agent": ["substrate", "inputs", "host/snmp", "mib", "hoptable", "derivation", "snmp"],
+    "agent": ["substrate", "inputs", "host/snmp", "mib", "hoptable", "derivation", "notifications", "snmp"],
+    # Its tests have rows derived.
+    "notifications/tests": ["substrate", "inputs", "host/snmp", "mib", "hoptable", "derivation", "notifications", "agent"],
     # The host and the tools: no header of the module.
     "host/snmp": ["substrate", "inputs"],
     "host/loop": ["substrate"],
@@ -40,7 +43,7 @@ MAY_INCLUDE = {
 }
 
 # net-snmp stops at the door: what holds and derives the rows knows nothing of it.
-WITHOUT_NET_SNMP = ["substrate", "inputs", "mib", "hoptable", "derivation"]
+WITHOUT_NET_SNMP = ["substrate", "inputs", "mib", "hoptable", "derivation", "notifications"]
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 COMMENT = re.compile(r"/\*.*?\*/", re.DOTALL)
@@ -104,6 +107,7 @@ def scratch(tmp_path):
     ("mib/A.cpp", '#include "derivation/Thing.h"', "rows do not know where they come from"),
     ("hoptable/A.cpp", '#include "derivation/Thing.h"', "hop work is used by the derivation, not the other way round"),
     ("derivation/A.cpp", '  #  include "snmp/Thing.h"', "the derivation knows nothing of requests"),
+    ("notifications/A.cpp", '#include "derivation/Thing.h"', "what is told of rows does not ask where they come from"),
     ("snmp/A.cpp", '#include "host/store/Thing.h"', "the module uses host/snmp and nothing else of the host"),
     ("agent/A.cpp", '#include "host/daemon/Thing.h"', "the module uses host/snmp and nothing else of the host"),
     ("host/snmp/A.h", '#include "mib/Thing.h"', "the SNMP framework serves any module"),

@@ -174,6 +174,19 @@ TEST_F(ChangeQueueTest, WhoAlwaysAddsTheNextLetsOthersHaveTheirTurn) {
    EXPECT_EQ(told.size(), 10U);
 }
 
+TEST_F(ChangeQueueTest, OthersHaveTheirTurnBetweenDocumentsAndNotInTheMiddleOfOne) {
+   std::vector<std::size_t> seen;  // path specs, whenever another task runs
+   auto const other = Vel::makePtr<Orb::Task>(tasks, Orb::TaskPriority::normal, "other", [&](Orb::Task& self) {
+      seen.push_back(state()["pathSpec"].size());
+      if (seen.size() < 3) self.scheduleTaskLast();
+   });
+   add(ChangeKind::patch, R"({"pathSpec": {"cli:a": {}, "cli:b": {}, "cli:c": {}}})");
+   add(ChangeKind::patch, R"({"pathSpec": {"cli:d": {}, "cli:e": {}}})");
+   other->scheduleTask();
+   while (tasks->hasWork()) runSlice();
+   EXPECT_THAT(seen, ElementsAre(3, 5, 5));
+}
+
 TEST_F(ChangeQueueTest, NothingIsLeftToDoWhenTheQueueHasGone) {
    {
       ChangeQueue shortLived(store);

@@ -35,7 +35,10 @@ enum AgentXType : u_char {
    kAgentXCommitSet = 9,
    kAgentXUndoSet = 10,
    kAgentXCleanupSet = 11,
+   kAgentXNotify = 12,
    kAgentXPing = 13,
+   kAgentXAddAgentCaps = 16,
+   kAgentXRemoveAgentCaps = 17,
    kAgentXResponse = 18
 };
 

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 #include <net-snmp/agent/agent_callbacks.h>
+#include <net-snmp/agent/sysORTable.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -78,12 +79,18 @@ Subagent::Subagent(std::string_view master, Report report, Loop::ErrorHandler fa
    for (int const change : {SNMPD_CALLBACK_REGISTER_OID, SNMPD_CALLBACK_UNREGISTER_OID}) {
       snmp_register_callback(SNMP_CALLBACK_APPLICATION, change, &Subagent::registrationChanged, nullptr);
    }
+   for (int const change : {SNMPD_CALLBACK_REG_SYSOR, SNMPD_CALLBACK_UNREG_SYSOR}) {
+      snmp_register_callback(SNMP_CALLBACK_APPLICATION, change, &Subagent::capabilityChanged, nullptr);
+   }
    timer_.start({});
 }
 
 Subagent::~Subagent() {
    for (int const change : {SNMPD_CALLBACK_REGISTER_OID, SNMPD_CALLBACK_UNREGISTER_OID}) {
       snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, change, &Subagent::registrationChanged, nullptr, 1);
+   }
+   for (int const change : {SNMPD_CALLBACK_REG_SYSOR, SNMPD_CALLBACK_UNREG_SYSOR}) {
+      snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, change, &Subagent::capabilityChanged, nullptr, 1);
    }
    instance_ = nullptr;
    if (session_) {
@@ -113,6 +120,21 @@ int Subagent::registrationChanged(int /*major*/, int minor, void* parameters, vo
          instance_->registrationAdded(std::move(registration));
       } else {
          instance_->registrationRemoved(registration);
+      }
+   } catch (std::exception const& error) {
+      instance_->failed_(error.what());
+   }
+   return SNMPERR_SUCCESS;
+}
+
+int Subagent::capabilityChanged(int /*major*/, int minor, void* parameters, void* /*argument*/) noexcept {
+   auto const& changed = *static_cast<sysORTable const*>(parameters);
+   try {
+      std::vector<oid> id(changed.OR_oid, changed.OR_oid + changed.OR_oidlen);
+      if (minor == SNMPD_CALLBACK_REG_SYSOR) {
+         instance_->capabilityAdded({std::move(id), changed.OR_descr});
+      } else {
+         instance_->capabilityRemoved(id);
       }
    } catch (std::exception const& error) {
       instance_->failed_(error.what());
@@ -216,6 +238,9 @@ void Subagent::answer(AgentXType type, netsnmp_pdu const& response) {
          --unanswered_;
          serveWhenRegistered();
          break;
+      case kAgentXNotify:
+         --notificationsUnanswered_;
+         break;
       case kAgentXPing:
          if (refused) lose(fmt::format("it has ended the session: {}", errorText(response.errstat)));
          break;
@@ -227,10 +252,12 @@ void Subagent::answer(AgentXType type, netsnmp_pdu const& response) {
 void Subagent::opened() {
    phase_ = Phase::registering;
    unanswered_ = 0;
+   notificationsUnanswered_ = 0;
    for (Registration const& registration : registrations_) {
       ++unanswered_;
       send(kAgentXRegister, newRequest(kAgentXRegister, registration));
    }
+   for (Capability const& capability : capabilities_) sendCapability(capability);
    serveWhenRegistered();
 }
 
@@ -259,6 +286,27 @@ void Subagent::registrationRemoved(Registration const& registration) {
              other.context == registration.context && other.rangeSubid == registration.rangeSubid;
    });
    if (phase_ >= Phase::registering) send(kAgentXUnregister, newRequest(kAgentXUnregister, registration));
+}
+
+void Subagent::capabilityAdded(Capability capability) {
+   if (phase_ >= Phase::registering) sendCapability(capability);
+   capabilities_.push_back(std::move(capability));
+}
+
+void Subagent::capabilityRemoved(std::vector<oid> const& id) {
+   if (std::erase_if(capabilities_, [&](Capability const& other) { return other.id == id; }) == 0) return;
+   if (phase_ < Phase::registering) return;
+   netsnmp_pdu* const request = newRequest(kAgentXRemoveAgentCaps);
+   snmp_add_null_var(request, id.data(), id.size());
+   send(kAgentXRemoveAgentCaps, request);
+}
+
+void Subagent::notify(netsnmp_variable_list const& variables) {
+   netsnmp_pdu* const request = newRequest(kAgentXNotify);
+   // Without sysUpTime.0: the master puts its own in front.
+   request->variables = snmp_clone_varbind(const_cast<netsnmp_variable_list*>(&variables));
+   ++notificationsUnanswered_;
+   send(kAgentXNotify, request);
 }
 
 void Subagent::tick() {
@@ -344,6 +392,13 @@ netsnmp_pdu* Subagent::newRequest(AgentXType type, Registration const& registrat
       snmp_add_null_var(request, root.data(), root.size());
    }
    return request;
+}
+
+void Subagent::sendCapability(Capability const& capability) {
+   netsnmp_pdu* const request = newRequest(kAgentXAddAgentCaps);
+   snmp_pdu_add_variable(request, capability.id.data(), capability.id.size(), ASN_OCTET_STR,
+                         capability.description.data(), capability.description.size());
+   send(kAgentXAddAgentCaps, request);
 }
 
 void Subagent::send(AgentXType type, netsnmp_pdu* request) {

@@ -53,6 +53,16 @@ class Subagent {
 
    MasterStatus const& status() const { return status_; }
 
+   /// Whether a notification may be sent now: there is a session, and the master has taken note of most of those
+   /// before.
+   bool hasRoom() const { return phase_ == Phase::serving && notificationsUnanswered_ < kMostNotifications; }
+   /// Has the master notify its receivers. `variables`: snmpTrapOID.0 and what follows it. Waits for nobody.
+   /// REQUIRES: `hasRoom`.
+   void notify(netsnmp_variable_list const& variables);
+
+   /// Notifications that the master has not taken note of, at most.
+   static constexpr std::size_t kMostNotifications = 100;
+
  private:
    enum class Phase { waiting, connecting, opening, registering, serving };
 
@@ -67,7 +77,14 @@ class Subagent {
       bool operator==(Registration const&) const = default;
    };
 
+   /// What sysORTable says of a MIB that is served here.
+   struct Capability {
+      std::vector<oid> id;
+      std::string description;
+   };
+
    // Called by net-snmp.
+   static int capabilityChanged(int major, int minor, void* parameters, void* argument) noexcept;
    static int registrationChanged(int major, int minor, void* parameters, void* argument) noexcept;
    static int received(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* magic) noexcept;
    static int answered(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* type) noexcept;
@@ -81,6 +98,8 @@ class Subagent {
    void answer(AgentXType type, netsnmp_pdu const& response);
    void registrationAdded(Registration registration);
    void registrationRemoved(Registration const& registration);
+   void capabilityAdded(Capability capability);
+   void capabilityRemoved(std::vector<oid> const& id);
    void tick();
    void refuse(std::string_view what, long error);
    void lose(std::string const& why);
@@ -89,6 +108,7 @@ class Subagent {
    netsnmp_pdu* newRequest(AgentXType type) const;
    netsnmp_pdu* newRequest(AgentXType type, Registration const& registration) const;
    void send(AgentXType type, netsnmp_pdu* request);
+   void sendCapability(Capability const& capability);
 
    // net-snmp frees what a callback is given as its own argument when it shuts down.
    static inline Subagent* instance_ = nullptr;
@@ -100,13 +120,15 @@ class Subagent {
    std::chrono::seconds const interval_;
    Loop::Timer timer_;
    std::vector<Registration> registrations_;
+   std::vector<Capability> capabilities_;
 
    Phase phase_ = Phase::waiting;
    std::optional<MasterLink> link_;
    netsnmp_session* session_ = nullptr;
    std::size_t unanswered_ = 0;  // registrations
-   bool heard_ = false;          // the master, since the last tick
-   unsigned silent_ = 0;         // ticks in a row without having heard it
+   std::size_t notificationsUnanswered_ = 0;
+   bool heard_ = false;   // the master, since the last tick
+   unsigned silent_ = 0;  // ticks in a row without having heard it
    bool everConnected_ = false;
    std::set<std::string> said_;  // why there is no connection, since there was one
 };

@@ -136,6 +136,21 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
                   "Who may read what, in the notation of snmpd.conf; without it mplsted.conf is looked for where "
                   "net-snmp looks, and without one the community public may read from this machine")
          ->type_name("FILE");
+   std::optional<std::string> notifications;
+   std::optional<std::string> maxRate;
+   std::vector<std::string> teDistProto;
+   app.add_option("--notifications", notifications,
+                  "Whether managers are notified of tunnels that go up and down or are rerouted: on, off or auto (the "
+                  "default), which is on when there is a receiver, and through an AgentX master")
+         ->type_name("WHEN");
+   app.add_option("--notification-max-rate", maxRate,
+                  "How many notifications are sent in a second at most (100 unless said otherwise); 0 is no limit")
+         ->type_name("N");
+   app.add_option("--te-dist-proto", teDistProto,
+                  "How information for traffic engineering is distributed, for mplsTunnelTEDistProto: ospf, isis or "
+                  "other (the default); may be given more than once")
+         ->type_name("PROTOCOL")
+         ->expected(1);
    app.add_option("--trace", traces,
                   "Trace levels 0 to 9 of a part, such as mplsTeStdMIB=0-2,8; may be given more than once")
          ->type_name("HANDLE=LEVELS")
@@ -151,7 +166,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
          ->type_name("LEVEL");
    app.add_flag("--check-config", options.checkConfig,
                 "Find out whether configuration, state and module can be used, say ok or what is wrong, and end");
-   for (char const* const repeatable : {"--listen", "--trace", "--context", "--publish-allow"}) {
+   for (char const* const repeatable : {"--listen", "--trace", "--context", "--publish-allow", "--te-dist-proto"}) {
       app.get_option(repeatable)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
    }
    app.footer(
@@ -171,6 +186,15 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    if (agentx->count() != 0) options.agentx = master;
    for (auto const& text : traces) options.traces.push_back(parsed("--trace", text, parseTrace));
    if (tableDriver) options.tableDriving = parsed("--table-driver", *tableDriver, parseTableDriving);
+   auto const take = [&](char const* option, std::string const& text, auto set) {
+      parsed(option, text, [&](std::string const& value) {
+         set(options.notifications, value);
+         return true;
+      });
+   };
+   if (notifications) take("--notifications", *notifications, setNotifications);
+   if (maxRate) take("--notification-max-rate", *maxRate, setNotificationMaxRate);
+   for (auto const& protocol : teDistProto) take("--te-dist-proto", protocol, addTeDistProto);
    if (log) options.log = parsed("--log", *log, parseLogOutput);
    if (logLevel) options.logLevel = parsed("--log-level", *logLevel, parseLogLevel);
    takePublishOptions(options.publish);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/daemon/LogOutput.h"
+#include "host/daemon/NotificationOptions.h"
 #include "host/daemon/PublishOptions.h"
 #include "host/module/Module.h"
 #include "substrate/trel/Trace.h"
@@ -46,6 +47,7 @@ struct Options {
    /// SNMP contexts to serve besides the default one.
    std::vector<std::string> contexts;
    LogOutput log = LogOutput::standardError;
+   NotificationOptions notifications;
    /// What is less urgent is not logged.
    LogLevel logLevel = LogLevel::debug;
    /// Only find out whether all of this can be used.

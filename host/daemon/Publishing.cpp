@@ -21,6 +21,18 @@ Publish::Handlers handlersOf(Status& status, Log& log) {
    using Json = nlohmann::ordered_json;
    return {
          .status = [&status] { return status.json(Clock::now()).dump(-1, ' ', false, Json::error_handler_t::replace); },
+         .events =
+               [&status](std::optional<std::uint64_t> after) {
+                  auto const* const notifier = status.sources().notifier;
+                  if (!notifier || !notifier->settings().enabled) {
+                     throw std::runtime_error(
+                           "there are no notifications; they are on with --notifications on (mplsteNotifications), or "
+                           "with a receiver");
+                  }
+                  auto const& log = notifier->log();
+                  if (!after) return log.latest();
+                  return log.hasMore(*after) ? log.text(*after) : std::string();
+               },
          .trace =
                [&log](std::string const& levels) {
                   auto const trace = parseTrace(levels);
@@ -79,8 +91,12 @@ Publishing::Publishing(PublishOptions const& options, Store::ChangeQueue& queue,
         watch_(
               server_.descriptor(), [this] { server_.handleReadable(); }, std::move(failed)) {
    status_.sources().publish = &server_;
+   if (auto* const notifier = status_.sources().notifier) notifier->loggedIs([this] { server_.eventsCame(); });
 }
 
-Publishing::~Publishing() { status_.sources().publish = nullptr; }
+Publishing::~Publishing() {
+   status_.sources().publish = nullptr;
+   if (auto* const notifier = status_.sources().notifier) notifier->loggedIs(nullptr);
+}
 
 }  // namespace Daemon

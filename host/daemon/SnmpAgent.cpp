@@ -104,6 +104,7 @@ SnmpAgent::Library::Library(Configuration& configuration, NetSnmpLog& netSnmpLog
    // SNMP-VIEW-BASED-ACM-MIB) are nobody's business here.
    init_agent(kName);
    init_system_mib();
+   init_sysORTable();
    AgentX::Subagent::registerConfiguration();
    netSnmpLog.keep();
    init_snmp(kName);

@@ -21,7 +21,7 @@ StateSource::File::File(Store::ChangeQueue& queue, std::string const& path, Feed
 
 StateSource::StateSource(Options const& options, Store::StateStore& store, Status& status, Log& log,
                          Loop::ErrorHandler const& failed)
-      : queue_(store) {
+      : status_(status), queue_(store) {
    std::string const file = options.state;
    for (std::string const& name : {file, options.publish.path}) {
       if (!name.empty()) names_.push_back(name);
@@ -49,6 +49,8 @@ void StateSource::begin() {
    loaded_ = true;
    if (publishing_) publishing_->open();
 }
+
+bool StateSource::begun() const { return loaded_ && (file_ || status_.changed()); }
 
 void StateSource::reload() {
    if (file_) file_->feed.reload();

@@ -28,6 +28,8 @@ class StateSource {
 
    /// Whether the first state is there. Without a file it is empty, and there from the start.
    bool loaded() const { return loaded_; }
+   /// Whether there is anything that a change would be one of: the file has been read, or publishers have begun.
+   bool begun() const;
    /// Has the file read again.
    void reload();
    /// Of the file and the socket.
@@ -43,6 +45,7 @@ class StateSource {
 
    void begin();
 
+   Status const& status_;
    std::vector<std::string> names_;
    bool loaded_ = false;
    Store::ChangeQueue queue_;

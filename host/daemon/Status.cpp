@@ -81,6 +81,7 @@ Json Status::json(SystemClock::time_point now) const {
    if (!sources_.countersName.empty() && sources_.counters) {
       json["counters"] = {{"name", sources_.countersName}, {"attached", sources_.counters->counterMap() != nullptr}};
    }
+   json["notifications"] = notificationsJson();
    json["refused"] = {{"documents", refusals_}, {"last", Json()}};
    if (lastRefusal_) {
       json["refused"]["last"] = {{"time", isoTime(lastRefusal_->time)},
@@ -91,6 +92,15 @@ Json Status::json(SystemClock::time_point now) const {
    json["tasks"] = Orb::TaskSchedulerRoot::findOrCreateScheduler()->tasksQueued();
    json["work"] = Vel::WorkCounter::readings();
    return json;
+}
+
+Json Status::notificationsJson() const {
+   if (!sources_.notifier || !sources_.notifier->settings().enabled) return {};
+   auto const& monitor = sources_.notifier->monitor();
+   return {{"maxRate", sources_.notifier->settings().maxRate},
+           {"sent", monitor.sent()},
+           {"coalesced", monitor.coalesced()},
+           {"waiting", monitor.waiting()}};
 }
 
 Json Status::stateJson() const {

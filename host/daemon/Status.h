@@ -12,6 +12,7 @@
 
 #include "host/agentx/MasterStatus.h"
 #include "host/module/Module.h"
+#include "host/notifications/Notifications.h"
 #include "host/publish/Server.h"
 #include "host/store/ChangeQueue.h"
 #include "host/store/StateStore.h"
@@ -30,6 +31,7 @@ class Status {
       Host::Module const* module = nullptr;
       Tallies::CounterTable const* counters = nullptr;
       Publish::Server const* publish = nullptr;
+      Notifications::Notifier* notifier = nullptr;
       std::string stateFile;                           ///< empty: none
       std::string countersName;                        ///< empty: none
       std::vector<std::string> addresses;              ///< on which SNMP is answered
@@ -47,6 +49,9 @@ class Status {
    void applied(std::string_view from, std::size_t entries, SystemClock::time_point now);
    void refused(std::string_view from, std::string_view reason, SystemClock::time_point now);
 
+   /// Whether a document has changed anything yet.
+   bool changed() const { return lastChange_.has_value(); }
+
    nlohmann::ordered_json json(SystemClock::time_point now) const;
 
  private:
@@ -59,6 +64,7 @@ class Status {
 
    nlohmann::ordered_json stateJson() const;
    nlohmann::ordered_json publishJson() const;
+   nlohmann::ordered_json notificationsJson() const;
 
    SystemClock::time_point const started_;
    Sources sources_;

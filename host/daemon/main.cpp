@@ -30,6 +30,8 @@
 #include "host/loop/Signals.h"
 #include "host/loop/TaskRunner.h"
 #include "host/module/Module.h"
+#include "host/notifications/InformLoad.h"
+#include "host/notifications/Notifications.h"
 #include "host/publish/SocketFile.h"
 #include "host/store/StateStore.h"
 
@@ -135,9 +137,19 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
                              {store.lerConfig(), store.lerHiveStatus(), store.kelpStatus(), counters}, options.contexts,
                              options.tableDriving);
 
+   auto const delivery =
+         subagent ? Notifications::Delivery{.hasRoom = [&subagent] { return subagent->hasRoom(); },
+                                            .send = [&subagent](auto& variables) { subagent->notify(variables); }}
+                  : Notifications::toSinks();
+   auto const notificationSettings = [&subagent](Daemon::Options const& now) {
+      return now.notifications.settings(subagent || Notifications::hasSinks());
+   };
+   Notifications::Notifier notifier(module.monitor(), delivery, notificationSettings(options), failed);
+
    Daemon::Status status({.store = &store,
                           .module = &module,
                           .counters = counters.get(),
+                          .notifier = &notifier,
                           .stateFile = options.state,
                           .countersName = options.counters,
                           .addresses = agent.addresses()});
@@ -155,7 +167,9 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
       notify.reloading();
       try {
          agent.reconfigure(configuration, log, [&] { merged(settings, commandLine); });
-         applyTo(log, merged(settings, commandLine));
+         auto const now = merged(settings, commandLine);
+         applyTo(log, now);
+         notifier.settingsAre(notificationSettings(now));
          log.warnOfUnknownHandles();
          for (auto const token : settings.waiting()) {
             log.warn(fmt::format("{}: the change takes effect at the next start", token));
@@ -173,6 +187,7 @@ void serve(Daemon::Options const& commandLine, Clock::time_point start) {
    bool saidReady = false;
    Loop::TaskRunner const tasks(
          [&] {
+            if (state.begun()) notifier.begin();
             if (!state.loaded() || std::exchange(saidReady, true)) return;
             serving = toText(Daemon::Ready{module.tunnels(), state.names(), agent.addresses(), configuration.access(),
                                            firstAnswer, since(start),

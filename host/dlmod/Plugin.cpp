@@ -16,6 +16,7 @@
 #include "host/daemon/Status.h"
 #include "host/loop/TaskRunner.h"
 #include "host/module/Module.h"
+#include "host/notifications/Notifications.h"
 #include "host/store/StateStore.h"
 
 namespace Dlmod {
@@ -44,17 +45,21 @@ class Plugin::Service {
            module_(options.module.empty() ? moduleBeside() : options.module, root_,
                    {store_.lerConfig(), store_.lerHiveStatus(), store_.kelpStatus(), counters_}, options.contexts,
                    options.tableDriving),
+           // Whom snmpd sends notifications to is its own affair.
+           notifier_(module_.monitor(), Notifications::toSinks(), options.notifications.settings(true), failed_),
            status_({.store = &store_,
                     .module = &module_,
                     .counters = counters_.get(),
+                    .notifier = &notifier_,
                     .stateFile = options.state,
                     .countersName = options.counters,
                     .addresses = {}}),
            state_(options, store_, status_, log, failed_),
-           tasks_([this] { sayReady(); }, failed_) {}
+           tasks_([this] { handleIdle(); }, failed_) {}
 
  private:
-   void sayReady() {
+   void handleIdle() {
+      if (state_.begun()) notifier_.begin();
       if (!state_.loaded() || std::exchange(saidReady_, true)) return;
       log_.info(fmt::format("ready: {} tunnels from {}", module_.tunnels(), fmt::join(state_.names(), " and ")));
       log_.warnOfUnknownHandles();
@@ -66,6 +71,7 @@ class Plugin::Service {
    Store::StateStore store_;
    Vel::Ptr<Tallies::CounterTable> const counters_;
    Host::Module const module_;
+   Notifications::Notifier notifier_;
    Daemon::Status status_;
    bool saidReady_ = false;
    Daemon::StateSource state_;

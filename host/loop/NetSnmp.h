@@ -11,4 +11,6 @@
 extern "C" {
 /// The system group (SNMPv2-MIB), by which managers know an agent and see that it has restarted.
 void init_system_mib(void);
+/// sysORTable of the same MIB, by which managers know what else it serves.
+void init_sysORTable(void);
 }

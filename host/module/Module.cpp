@@ -21,6 +21,7 @@ namespace {
 
 constexpr char const* kMibDirectory = "snmp/mpls";
 constexpr char const* kMib = "mplsTeMib";
+constexpr char const* kMonitor = "mplsTeMonitor";
 constexpr char const* kModuleRoot = "mplsTeRoot";
 
 /// The linker's name of `void unregister_<module>(Vel::String)`.
@@ -72,6 +73,10 @@ ModuleEntities::ModuleEntities(Library const& library, Vel::Ptr<Vel::EntityDir> 
 void ModuleEntities::mount(ModuleInputs const& inputs) {
    auto const helper = Vel::TypeRegistry::instance().construct("MplsSnmp::HopTableHelper", {});
    mib_ = dir_->newEntity("MplsSnmp::MplsTeMib", kMib);
+   // It sees the rows come, and need not look for them.
+   monitor_ = dir_->newEntity("MplsSnmp::TunnelMonitor", kMonitor);
+   Vel::Any const watched = Vel::Ptr<Vel::PtrInterface>(mib_);
+   Vel::attributeSet(*monitor_, "mplsTeMib", {&watched, 1});
    moduleRoot_ = dir_->newEntity("MplsSnmp::Root", kModuleRoot);
    std::array<Vel::Any, 6> const arguments{Vel::Ptr<Vel::PtrInterface>(mib_), helper,
                                            pointer(inputs.lerConfig),         pointer(inputs.lerStatus),
@@ -84,7 +89,8 @@ void ModuleEntities::mount(ModuleInputs const& inputs) {
 ModuleEntities::~ModuleEntities() { unmount(); }
 
 void ModuleEntities::unmount() {
-   for (auto const& entity : {std::exchange(moduleRoot_, nullptr), std::exchange(mib_, nullptr)}) {
+   for (auto const& entity :
+        {std::exchange(moduleRoot_, nullptr), std::exchange(monitor_, nullptr), std::exchange(mib_, nullptr)}) {
       if (entity) dir_->entityDel(entity->name());
    }
 }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/module/Monitor.h"
 #include "host/snmp/HandlerRegistration.h"
 #include "inputs/rsvp/KelpStatus.h"
 #include "inputs/rsvp/LerConfig.h"
@@ -61,6 +62,7 @@ class ModuleEntities {
    std::size_t tunnels() const { return rows("mplsTunnelTable"); }
    std::size_t rows(std::string_view table) const;
    std::uint64_t hopListsInUse() const;
+   Monitor monitor() const { return Monitor(monitor_); }
 
  private:
    void mount(ModuleInputs const& inputs);
@@ -68,6 +70,7 @@ class ModuleEntities {
 
    Vel::Ptr<Vel::EntityDir> dir_;
    Vel::Ptr<Vel::Entity> mib_;
+   Vel::Ptr<Vel::Entity> monitor_;
    Vel::Ptr<Vel::Entity> moduleRoot_;
 };
 
@@ -115,6 +118,8 @@ class Module {
    std::size_t rows(std::string_view table) const { return entities_.rows(table); }
    /// Hop list indices that are handed out (mplsTunnelHopTableIndex).
    std::uint64_t hopListsInUse() const { return entities_.hopListsInUse(); }
+   /// Its counts and events. Goes before the module does.
+   Monitor monitor() const { return entities_.monitor(); }
 
  private:
    struct AgentRoot {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "host/store/Closest.h"
@@ -18,11 +19,11 @@ namespace {
 using Store::JsonReader;
 
 // In the order of Request::Kind, from `replace` on.
-constexpr std::array<std::string_view, 4> kNames{"$replace", "$state", "$status", "$trace"};
+constexpr std::array<std::string_view, 5> kNames{"$replace", "$state", "$status", "$events", "$trace"};
 
 [[noreturn]] void refuseUnknown(JsonReader const& in, std::string_view name) {
    auto const meant = Store::closest(name, kNames);
-   in.refuse(meant.empty() ? "there is no such request; there are $replace, $state, $status and $trace"
+   in.refuse(meant.empty() ? "there is no such request; there are $replace, $state, $status, $events and $trace"
                            : fmt::format("there is no such request; \"{}\" is probably meant", meant));
 }
 
@@ -72,6 +73,8 @@ Request requestFrom(std::string line) {
       std::string text;
       if (kind == Kind::trace) {
          text = in.text("HANDLE=LEVELS");
+      } else if (kind == Kind::events && in.kind() == JsonReader::Kind::number) {
+         text = std::to_string(in.integer(std::numeric_limits<std::uint64_t>::max()));
       } else if (!in.takeNull()) {
          in.refuseKind("null");
       }
@@ -102,6 +105,8 @@ std::string changedAnswer(std::size_t changed) { return fmt::format("{{\"ok\":tr
 std::string doneAnswer() { return "{\"ok\":true}\n"; }
 
 std::string statusAnswer(std::string_view json) { return fmt::format("{{\"ok\":true,\"status\":{}}}\n", json); }
+
+std::string eventsAnswer(std::string_view text) { return fmt::format("{{\"ok\":true,{}}}\n", text); }
 
 std::string errorAnswer(std::string_view error) {
    using Json = nlohmann::json;

@@ -15,6 +15,7 @@ struct Request {
       replace,  ///< {"$replace": DOCUMENT}: `text` is the document, at its place in the line, between blanks
       state,    ///< {"$state": null}
       status,   ///< {"$status": null}
+      events,   ///< {"$events": null} or {"$events": N}: `text` is N, or empty
       trace,    ///< {"$trace": "HANDLE=LEVELS"}: `text` is what the member holds
       refused   ///< a request that there is not, or not in this form: `text` says why
    };
@@ -40,6 +41,8 @@ std::string changedAnswer(std::size_t changed);
 std::string doneAnswer();
 /// `json`: the status as a JSON object on one line.
 std::string statusAnswer(std::string_view json);
+/// `text`: the members that events are told in.
+std::string eventsAnswer(std::string_view text);
 /// Octets that are no UTF-8 are replaced.
 std::string errorAnswer(std::string_view error);
 

@@ -84,6 +84,7 @@ void Server::handleReadable() {
          connection->handle(events[i].events);
       }
    }
+   letDeafGo();
    serveQuestions();
    settle();
 }
@@ -284,6 +285,8 @@ void Server::serve(Connection& connection, Request const& question) {
                                       }});
       case Request::Kind::status:
          return connection.answer(statusAnswer(handlers_.status()));
+      case Request::Kind::events:
+         return serveEvents(connection, question);
       case Request::Kind::trace:
          try {
             handlers_.trace(question.text);
@@ -294,6 +297,34 @@ void Server::serve(Connection& connection, Request const& question) {
       default:
          return connection.answer(errorAnswer(question.text));
    }
+}
+
+/// Who asks for what has not happened yet is answered when it has.
+void Server::serveEvents(Connection& connection, Request const& question) {
+   try {
+      std::optional<std::uint64_t> after;
+      if (!question.text.empty()) after = std::stoull(question.text);
+      auto const text = handlers_.events(after);
+      if (!text.empty()) return connection.answer(eventsAnswer(text));
+      awaitingEvents_.push_back({connection.id(), question});
+   } catch (std::exception const& error) {
+      connection.answer(errorAnswer(fmt::format("/$events: {}", error.what())));
+   }
+}
+
+/// Who has gone while he waited for an event.
+void Server::letDeafGo() {
+   std::erase_if(awaitingEvents_, [this](Asked const& asked) {
+      Connection* const connection = find(asked.id);
+      if (connection && connection->deaf()) connection->answer({});
+      return !connection || connection->deaf();
+   });
+}
+
+void Server::eventsCame() {
+   if (awaitingEvents_.empty()) return;
+   for (auto& asked : std::exchange(awaitingEvents_, {})) asked_.push_back(std::move(asked));
+   callAgain(true);
 }
 
 void Server::publish(Connection const& connection, Store::ChangeKind kind, std::string document) {

@@ -25,6 +25,9 @@ namespace Publish {
 struct Handlers {
    /// The status of the process: a JSON object on one line.
    std::function<std::string()> status;
+   /// The events behind number `after`, or the latest of them without one, as members of an answer; an empty text when
+   /// there is none behind it yet. Throws std::runtime_error when there will never be one.
+   std::function<std::string(std::optional<std::uint64_t> after)> events;
    /// Sets trace levels from "HANDLE=LEVELS". Throws std::runtime_error or std::invalid_argument.
    std::function<void(std::string const& levels)> trace;
    /// A document of this publisher has been applied or refused; or a line, before it could be one.
@@ -59,6 +62,9 @@ class Server final : private ConnectionHolder {
 
    /// To be watched by the host's loop; when it is readable, `handleReadable` is to be called.
    int descriptor() const { return epoll_; }
+   /// There are more events: those who have asked for them are answered, each in its turn.
+   void eventsCame();
+
    void handleReadable();
 
    struct Status {
@@ -90,6 +96,8 @@ class Server final : private ConnectionHolder {
    void resumeAccepting();
    void publish(Connection const& connection, Store::ChangeKind kind, std::string document);
    void serve(Connection& connection, Request const& question);
+   void serveEvents(Connection& connection, Request const& question);
+   void letDeafGo();
    void serveQuestions();
    void callAgain(bool again);
    Connection* find(Id id);
@@ -122,6 +130,7 @@ class Server final : private ConnectionHolder {
       Request question;
    };
    std::deque<Asked> asked_;
+   std::deque<Asked> awaitingEvents_;
    Status status_;
    std::shared_ptr<bool> const alive_ = std::make_shared<bool>(true);
 };

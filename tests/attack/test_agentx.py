@@ -5,7 +5,7 @@ import socket
 
 from live.agentx_messages import END_OF_VIEW, GET, GET_NEXT, Messages, Reader, message, search_range
 from live.target import SANITIZED, SANITIZER_OPTIONS, SEED, Growth, length
-from support.agentx import OPEN, PING, REGISTER, RESPONSE, ScriptedMaster
+from support.agentx import OPEN, PING, REGISTER, REGISTRATIONS, RESPONSE, ScriptedMaster
 from support.mplsted import Mplsted
 from support.stand_in import DEADLINE
 from support.tree import EXPECTED, ROOT, TABLES
@@ -17,7 +17,6 @@ LAST_EVERY = 2000 if MESSAGES < 100_000 else 10_000
 MOST_KILOBYTES = 16 << 10 if SANITIZED else 2 << 10
 # No message has this number.
 PROBE = 2**31
-REGISTRATIONS = 3
 
 NAMES = [oid for oid, _ in EXPECTED] + 5 * [ROOT, *TABLES.values(), f"{TABLES['tunnel']}.1.11", "1.3.6.1.2.1.1.3.0",
                                             "1.3.6.1.6.3.15.1.2.2.1.3", "1.3.6.1.6.3.16.1.4.1.4", "0.0"]

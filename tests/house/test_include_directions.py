@@ -32,6 +32,7 @@ MAY_INCLUDE = {
     "host/feed": ["substrate", "inputs", "host/snmp", "host/loop", "host/store"],
     "host/publish": ["substrate", "inputs", "host/snmp", "host/loop", "host/store", "host/feed"],
     "host/agentx": ["substrate", "inputs", "host/snmp", "host/loop"],
+    "host/notifications": ["substrate", "inputs", "host/snmp", "host/loop", "host/tables", "host/module"],
     "host/daemon": ["substrate", "inputs", "host"],
     "host/dlmod": ["substrate", "inputs", "host"],
     "tools": ["substrate", "inputs", "host/snmp", "host/store", "host/feed"],

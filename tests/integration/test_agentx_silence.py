@@ -42,8 +42,8 @@ def served_by_an_agent_of_its_own(folder, *documents):
 
 def test_what_is_published_meanwhile_is_applied_and_all_is_served_afterwards(tmp_path):
     path = tmp_path / "publish.sock"
-    with Master(tmp_path) as snmpd, Mplsted(tmp_path, "--agentx", snmpd.socket, "--publish", path, listen=(), access="",
-                                            file=False), Publisher(path) as publisher:
+    with Master(tmp_path) as snmpd, Mplsted(tmp_path, "--agentx", snmpd.socket, "--publish", path, "--notifications",
+                                            "off", listen=(), access="", file=False), Publisher(path) as publisher:
         publisher.changed({"$replace": STATE})
         manager = Manager(snmpd.address)
         await_true(lambda: manager.value(NAME)[1] == b"to-paris", "the tunnels")

@@ -39,7 +39,8 @@ class Host(Snmpd):
         self.loads(*lines)
 
     def loads(self, *lines):
-        self.configure(f"dlmod mplsTe {LIBRARY}", f"mplsteState {self.state}", *lines)
+        self.configure(f"dlmod mplsTe {LIBRARY}", f"mplsteState {self.state}", "mplsteNotifications off",
+                       *lines)
 
     def publish(self, document):
         new = self.state.with_suffix(".new")

@@ -110,7 +110,7 @@ def test_a_patch_is_sent_as_soon_as_it_is_there(mplste, daemon):
     ('{"pathSpec": {"cli:b": {}}', "line 1, column 27: the text ends too early"),
     ('{}\n{"pathSpec": {\n{}\n', 'line 3, column 1: expected a name in quotes but found "{"'),
     ("{}\n\nup\n{}\n", 'line 3, column 1: expected a value but found "u"'),
-    ('{"$reload": null}', "line 1: /$reload: there is no such request; there are $replace, $state, $status and $trace"),
+    ('{"$reload": null}', "line 1: /$reload: there is no such request; there are $replace, $state, $status, $events and $trace"),
 ])
 def test_a_patch_that_is_refused_is_reported_with_its_place(mplste, text, complaint):
     assert failure(mplste("publish", "-", text=text), 2) == f"standard input: {complaint}"

@@ -487,4 +487,4 @@ def test_trace_levels_are_set_while_it_runs(daemon, publisher):
 def test_other_requests_are_refused(publisher):
     assert publisher.refusal({"$stats": None}) == '/$stats: there is no such request; "$state" is probably meant'
     assert publisher.refusal({"$reload": None}) == \
-        "/$reload: there is no such request; there are $replace, $state, $status and $trace"
+        "/$reload: there is no such request; there are $replace, $state, $status, $events and $trace"

@@ -143,7 +143,7 @@ def test_getbulk_repeats_what_it_is_asked_to(manager, non_repeaters, repetitions
 
 def test_getbulk_at_the_end_says_so(manager):
     response = manager.get_bulk(OIDS[-2], max_repetitions=4)
-    assert [kind for _, (kind, _) in response.varbinds][:2] == ["Counter64", END_OF_MIB_VIEW]
+    assert [kind for _, (kind, _) in response.varbinds][:2] == ["INTEGER", END_OF_MIB_VIEW]
     assert {oid for oid, _ in response.varbinds} == {OIDS[-1]}
 
 
@@ -177,7 +177,7 @@ def test_random_requests_find_their_way(manager):
         oids = []
         for oid in chance.choices(OIDS, k=chance.randint(1, 12)):
             parts = oid.split(".")
-            at = chance.randrange(13, len(parts))
+            at = chance.randrange(min(13, len(parts) - 1), len(parts))
             nudged = max(0, int(parts[at]) + chance.choice((-1, 0, 0, 1)))
             oids.append(".".join([*parts[:at], str(nudged), *parts[at + 1:]]))
         check_next(manager, *oids)

@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "tests/support/AgentLibrary.h"
+// Behind the library's headers, which it needs.
+#include <net-snmp/agent/agent_sysORTable.h>
 
 namespace {
 
@@ -255,6 +257,71 @@ TEST_F(SubagentTest, whatComesAndGoesLaterIsToldToTheMaster) {
    EXPECT_EQ(removed.region(), "red .1.99999.3");
    stream_ = nullptr;
    EXPECT_THAT(takeOn(), ElementsAre(" .1.99999.1"));
+}
+
+/// mplsTunnelUp without any variable behind it.
+struct Trap {
+   Trap() {
+      oid const name[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
+      oid const value[] = {1, 3, 6, 1, 2, 1, 10, 166, 3, 0, 1};
+      snmp_varlist_add_variable(&variables, name, std::size(name), ASN_OBJECT_ID,
+                                reinterpret_cast<u_char const*>(value), sizeof value);
+   }
+   ~Trap() { snmp_free_varbind(variables); }
+   netsnmp_variable_list* variables = nullptr;
+};
+
+TEST_F(SubagentTest, theMasterIsToNotifyItsReceivers) {
+   Trap const trap;
+   start();
+   EXPECT_FALSE(subagent_->hasRoom()) << "there is no master yet";
+   serve(1);
+   takeOn();
+   ASSERT_TRUE(subagent_->hasRoom());
+   subagent_->notify(*trap.variables);
+   Message const notification = receive();
+   EXPECT_EQ(notification.type, AgentX::kAgentXNotify);
+   // The type of the only variable, and of its name the last sub-identifier.
+   EXPECT_EQ(notification.payload[0] + notification.payload[1], ASN_OBJECT_ID);
+   EXPECT_EQ(notification.number(4 + 4 + 4 * 5), 0U);
+   EXPECT_EQ(notification.payload.size(), 4U + (4 + 4 * 6) + (4 + 4 * 6));
+}
+
+TEST_F(SubagentTest, aMasterThatTakesNoNoteIsSentNoMoreThanSoMany) {
+   Trap const trap;
+   start();
+   serve(1);
+   takeOn();
+   for (std::size_t n = 0; n < AgentX::Subagent::kMostNotifications; ++n) {
+      ASSERT_TRUE(subagent_->hasRoom());
+      subagent_->notify(*trap.variables);
+   }
+   EXPECT_FALSE(subagent_->hasRoom());
+   answer(receive());
+   awaitTrue([this] { return subagent_->hasRoom(); });
+   subagent_->notify(*trap.variables);
+   EXPECT_FALSE(subagent_->hasRoom());
+   // Another session begins anew.
+   stream_ = nullptr;
+   takeOn();
+   EXPECT_TRUE(subagent_->hasRoom());
+}
+
+TEST_F(SubagentTest, whatSysOrTableIsToSayIsToldToTheMaster) {
+   oid mib[] = {1, 3, 6, 1, 4, 1, 99999, 7};
+   start();
+   serve(1);
+   register_sysORTable(mib, std::size(mib), "what we serve");
+   accept();
+   answer(receive());
+   answer(receive());
+   Message const added = receive();
+   EXPECT_EQ(added.type, AgentX::kAgentXAddAgentCaps);
+   EXPECT_EQ(std::string(added.payload.end() - 16, added.payload.end() - 3), "what we serve");
+   answer(added);
+   awaitTrue([this] { return subagent_->status().state == State::connected; });
+   unregister_sysORTable(mib, std::size(mib));
+   EXPECT_EQ(receive().type, AgentX::kAgentXRemoveAgentCaps);
 }
 
 TEST_F(SubagentTest, itsStateCanBeRead) {

@@ -38,11 +38,17 @@ TEST(Request, QuestionsAreKnownByTheirNames) {
    Request const trace = requestFrom("{\"$trace\": \"mplsTeStdMIB=0-2\"}\r");
    EXPECT_EQ(trace.kind, Kind::trace);
    EXPECT_EQ(trace.text, "mplsTeStdMIB=0-2");
+   EXPECT_EQ(requestFrom("{\"$events\": null}").kind, Kind::events);
+   EXPECT_EQ(requestFrom("{\"$events\": null}").text, "");
+   EXPECT_EQ(requestFrom("{\"$events\": 18446744073709551615}").kind, Kind::events);
+   EXPECT_EQ(requestFrom("{\"$events\": 18446744073709551615}").text, "18446744073709551615");
+   EXPECT_EQ(requestFrom("{\"$events\": -1}").kind, Kind::refused);
+   EXPECT_EQ(requestFrom("{\"$events\": \"7\"}").kind, Kind::refused);
 }
 
 TEST(Request, OtherRequestsAreRefusedWithTheReason) {
    EXPECT_EQ(refusedRequest("{\"$everything\": null}"),
-             "/$everything: there is no such request; there are $replace, $state, $status and $trace");
+             "/$everything: there is no such request; there are $replace, $state, $status, $events and $trace");
    EXPECT_EQ(refusedRequest("{\"$State\": null}"), "/$State: there is no such request; \"$state\" is probably meant");
    EXPECT_EQ(refusedRequest("{\"$state\": {}}"), "/$state: expected null but found an object");
    EXPECT_EQ(refusedRequest("{\"$trace\": 3}"), "/$trace: expected HANDLE=LEVELS but found 3");

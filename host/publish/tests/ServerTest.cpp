@@ -93,6 +93,11 @@ class ServerTest : public ::testing::Test {
                                        ++statuses;
                                        return "{\"pid\":1}";
                                     },
+                              .events =
+                                    [this](std::optional<std::uint64_t> after) {
+                                       if (!eventsOn) throw std::runtime_error("there are none");
+                                       return !after || *after < events ? fmt::format("\"last\":{}", events) : "";
+                                    },
                               .trace =
                                     [this](std::string const& levels) {
                                        if (levels.empty()) throw std::invalid_argument("which?");
@@ -157,6 +162,8 @@ class ServerTest : public ::testing::Test {
    std::vector<std::string> log;
    int documents = 0;
    std::size_t statuses = 0;
+   bool eventsOn = true;
+   std::uint64_t events = 0;
    std::vector<std::string> refusals;
    std::chrono::microseconds slice{2000};
 };
@@ -171,7 +178,8 @@ TEST_F(ServerTest, EachLineIsAnsweredInOrder) {
                            "{\"$trace\":\"x=1\"}\n{\"$trace\":\"\"}\n{\"$other\":1}\n" + patchOf("b")),
          (Lines{changedAnswer(1), changedAnswer(0), changedAnswer(1), statusAnswer("{\"pid\":1}"),
                 errorAnswer("/: expected an object but found an array"), doneAnswer(), errorAnswer("/$trace: which?"),
-                errorAnswer("/$other: there is no such request; there are $replace, $state, $status and $trace"),
+                errorAnswer(
+                      "/$other: there is no such request; there are $replace, $state, $status, $events and $trace"),
                 changedAnswer(1)}));
    EXPECT_EQ(traces, Lines{"x=1"});
    EXPECT_EQ(documents, 5);
@@ -471,6 +479,43 @@ TEST_F(ServerTest, ItMayGoWhileALineIsUnderWay) {
    tasks->runAll();
    start();
    EXPECT_FALSE(fs::is_empty(folder.path()));
+}
+
+TEST_F(ServerTest, WhoAsksForEventsIsAnsweredWhenThereIsOne) {
+   start();
+   Client client(path);
+   Client other(path);
+   EXPECT_EQ(ask(client, "{\"$events\":null}\n"), Lines{"{\"ok\":true,\"last\":0}\n"});
+   EXPECT_EQ(ask(client, "{\"$events\":0}\n{\"$status\":null}\n"), Lines{}) << "one line after the other";
+   EXPECT_EQ(ask(other, "{\"$events\":7}\n"), Lines{});
+   for (events = 1; events <= 8; ++events) {
+      server->eventsCame();
+      settle();
+   }
+   client.receive();
+   EXPECT_EQ(client.answers(), (Lines{"{\"ok\":true,\"last\":1}\n", statusAnswer("{\"pid\":1}")}));
+   other.receive();
+   EXPECT_EQ(other.answers(), Lines{"{\"ok\":true,\"last\":8}\n"});
+}
+
+TEST_F(ServerTest, WhoGoesWhileHeWaitsForAnEventIsLetGo) {
+   start();
+   {
+      Client client(path);
+      EXPECT_EQ(ask(client, "{\"$events\":0}\n"), Lines{});
+      EXPECT_EQ(server->status().connections, 1U);
+   }
+   EXPECT_TRUE(turnUntil([this] { return server->status().connections == 0; }));
+   events = 1;
+   server->eventsCame();
+   settle();
+}
+
+TEST_F(ServerTest, WhereThereAreNoEventsThatIsSaid) {
+   eventsOn = false;
+   start();
+   Client client(path);
+   EXPECT_EQ(ask(client, "{\"$events\":null}\n"), Lines{errorAnswer("/$events: there are none")});
 }
 
 }  // namespace

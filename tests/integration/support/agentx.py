@@ -8,7 +8,9 @@ from collections import namedtuple
 from support.ber import numbers
 from support.stand_in import DEADLINE
 
-OPEN, CLOSE, REGISTER, UNREGISTER, GET, PING, RESPONSE = 1, 2, 3, 4, 5, 13, 18
+OPEN, CLOSE, REGISTER, UNREGISTER, GET, PING, ADD_AGENT_CAPS, REMOVE_AGENT_CAPS, RESPONSE = 1, 2, 3, 4, 5, 13, 16, 17, 18
+# What mplsted registers: three tables and six scalars. And it says once what sysORTable is to say.
+REGISTRATIONS = 9
 NETWORK_BYTE_ORDER = 0x10
 HEADER = struct.Struct(">BBBxIIII")
 SESSION = 7
@@ -62,15 +64,15 @@ class ScriptedMaster:
         self.stream.sendall(HEADER.pack(1, RESPONSE, NETWORK_BYTE_ORDER, SESSION, request.transaction, request.packet,
                                         8) + struct.pack(">IHH", 0, error, 1 if error else 0))
 
-    def take_on(self, registrations=3):
+    def take_on(self, registrations=REGISTRATIONS):
         """Accepts a subagent, and all that it registers."""
         self.accept()
         kinds = []
-        for _ in range(1 + registrations):
+        for _ in range(2 + registrations):
             request = self.receive()
             kinds.append(request.type)
             self.answer(request)
-        assert kinds == [OPEN] + [REGISTER] * registrations
+        assert kinds == [OPEN] + [REGISTER] * registrations + [ADD_AGENT_CAPS]
 
     def close(self):
         for open_socket in (self.stream, self.listener):

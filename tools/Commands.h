@@ -27,6 +27,7 @@ void addAgentOptions(CLI::App& command, AgentOptions& options);
 
 void addCounters(CLI::App& app);
 void addDoctor(CLI::App& app);
+void addEvents(CLI::App& app);
 void addPublish(CLI::App& app);
 void addShow(CLI::App& app);
 void addSimulate(CLI::App& app);

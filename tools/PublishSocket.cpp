@@ -49,6 +49,11 @@ PublishSocket::PublishSocket(PublishOptions const& options) : path_(options.path
 
 PublishSocket::~PublishSocket() { close(fd_); }
 
+void PublishSocket::waitForever() {
+   timeval const never{};
+   setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &never, sizeof never);
+}
+
 void PublishSocket::fail(int error) const {
    switch (error) {
       case ENOENT:

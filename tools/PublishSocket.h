@@ -56,6 +56,9 @@ class PublishSocket {
    /// The same, and the answer as JSON. Throws Refused when it is no.
    nlohmann::ordered_json ask(std::string_view line);
 
+   /// Answers are awaited for as long as the connection lasts from now on.
+   void waitForever();
+
  private:
    [[noreturn]] void fail(int error) const;
    bool send(std::string_view text);

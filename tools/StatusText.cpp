@@ -74,6 +74,14 @@ std::string agentx(Json const& master) {
    return state == "disconnected" ? fmt::format("{}: {}", line, text(at(master, "lastError"))) : line;
 }
 
+std::string notifications(Json const& notifications) {
+   if (notifications.is_null()) return "off";
+   auto const& rate = at(notifications, "maxRate");
+   return fmt::format("{} sent, {} coalesced, {} waiting, {}", text(at(notifications, "sent")),
+                      text(at(notifications, "coalesced")), text(at(notifications, "waiting")),
+                      rate == 0U ? "no limit" : text(rate) + " a second at most");
+}
+
 // A line for each member, the first with the title.
 void addNumbers(TextTable& table, std::string title, Json const& numbers) {
    for (auto const& [name, value] : numbers.items()) {
@@ -92,6 +100,7 @@ std::vector<std::string> statusLines(Json const& status) {
    table.add({{"state file"}, {file(at(state, "file"))}});
    table.add({{"publishers"}, {publishers(at(state, "publish"))}});
    table.add({{"last change"}, {text(at(state, "lastChange"))}});
+   table.add({{"notifications"}, {notifications(at(status, "notifications"))}});
    table.add({{"refused"}, {refused(at(status, "refused"))}});
    table.add({{"counters"}, {counters(at(status, "counters"))}});
    addNumbers(table, "rows", at(status, "rows"));

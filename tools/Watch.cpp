@@ -11,6 +11,8 @@
 #include <thread>
 
 #include "tools/Commands.h"
+#include "tools/EventText.h"
+#include "tools/PublishSocket.h"
 #include "tools/Rates.h"
 #include "tools/TableReader.h"
 #include "tools/Terminal.h"
@@ -27,19 +29,21 @@ struct WatchOptions {
    AgentOptions agent;
    double interval = 2;  // Seconds.
    unsigned count = 0;   // 0: without end.
+   std::string socket;   // Where mplsted tells of events; empty: they are not shown.
 };
 
 // What the last readings found, and how it is shown.
 class Watch {
  public:
    // `wait` is used while an answer is awaited. Rates have a decimal prefix for the eye, or are plain for programs.
-   Watch(AgentOptions agent, Wait wait, bool scaledRates)
-         : agent_(std::move(agent)), wait_(std::move(wait)), scaledRates_(scaledRates) {}
+   Watch(WatchOptions const& options, Wait wait, bool scaledRates)
+         : agent_(options.agent), socket_(options.socket), wait_(std::move(wait)), scaledRates_(scaledRates) {}
 
    // Reads everything once. An agent that does not answer is noted in failure(), and the rows stay as they were.
    // Each reading has a session of its own, so that nothing of an agent that has gone stays behind.
    void read() {
       at_ = std::time(nullptr);
+      readEvents();
       try {
          SnmpSession session(agent_, wait_);
          auto tunnels = walk(session, tunnelTable, std::array{TunnelColumn::name, TunnelColumn::operStatus});
@@ -63,6 +67,9 @@ class Watch {
    std::string const& failure() const { return failure_; }
 
    std::string time() const { return fmt::format("{:%F %T}", fmt::localtime(at_)); }
+
+   // The latest event, if there is one.
+   std::string latest(bool colour) const { return event_.is_object() ? eventLine(event_, colour) : std::string(); }
 
    // Totals of tunnels and of rates.
    std::string totals() const {
@@ -107,9 +114,22 @@ class Watch {
    }
 
  private:
+   // Nothing that would be worth to end the watch for.
+   void readEvents() {
+      if (socket_.empty()) return;
+      try {
+         auto const events =
+               PublishSocket({.path = socket_, .timeout = 1}).ask("{\"$events\":null}").value("events", Json::array());
+         if (!events.empty()) event_ = events.back();
+      } catch (AgentError const&) {
+         event_ = nullptr;
+      }
+   }
+
    std::string rateText(double rate) const { return scaledRates_ ? scaled(rate) : fmt::format("{:.1f}", rate); }
 
    AgentOptions const agent_;
+   std::string const socket_;
    Wait const wait_;
    bool const scaledRates_;
    RateMeter meter_;
@@ -118,6 +138,7 @@ class Watch {
    Rows tunnels_;
    Rows counters_;
    std::map<Oid, Rates> rates_;
+   Json event_;
 };
 
 // `taken` does not count the first reading, which gives no rates yet.
@@ -134,7 +155,9 @@ Clock::duration interval(WatchOptions const& options) {
 Lines screen(Watch const& watch, WatchOptions const& options, std::size_t height, bool colour) {
    Lines lines{
          fmt::format("{}  every {:g} s, {}  (q quits)", escaped(options.agent.address), options.interval, watch.time()),
-         watch.failure().empty() ? watch.totals() : styled(watch.failure(), Style::bad, colour), ""};
+         watch.failure().empty() ? watch.totals() : styled(watch.failure(), Style::bad, colour)};
+   if (auto const latest = watch.latest(colour); !latest.empty()) lines.push_back(latest);
+   lines.emplace_back();
    auto const table = watch.table(colour);
    auto const room = height > lines.size() ? height - lines.size() : 0;
    if (table.size() <= room) {
@@ -156,7 +179,7 @@ void watchOnScreen(WatchOptions const& options) {
       bool const colour = colourWanted(STDOUT_FILENO);
       terminal.draw({fmt::format("{}  (q quits)", escaped(options.agent.address))});
       Watch watch(
-            options.agent, [&](int fd, auto limit) { terminal.wait(fd, limit); }, true);
+            options, [&](int fd, auto limit) { terminal.wait(fd, limit); }, true);
       auto const draw = [&] { terminal.draw(screen(watch, options, terminal.height(), colour)); };
       watch.read();
       draw();
@@ -180,11 +203,12 @@ void watchOnScreen(WatchOptions const& options) {
 
 // One block of lines a reading.
 void watchOnPaper(WatchOptions const& options) {
-   Watch watch(options.agent, waitForInput, false);
+   Watch watch(options, waitForInput, false);
    auto const print = [&] {
       std::string text = watch.time() + "  ";
       if (watch.failure().empty()) {
          text += watch.totals() + '\n';
+         if (auto const latest = watch.latest(false); !latest.empty()) text += latest + '\n';
          for (auto const& line : watch.table(false)) text += line + '\n';
       } else {
          text += watch.failure() + '\n';
@@ -207,6 +231,10 @@ void addWatch(CLI::App& app) {
    auto* watch = app.add_subcommand("watch", "Show packets/s and bytes/s of all tunnels, again and again");
    auto const options = std::make_shared<WatchOptions>();
    addAgentOptions(*watch, options->agent);
+   watch->add_option("--socket", options->socket,
+                     "Show the latest event of the mplsted that listens to publishers there")
+         ->envname("MPLSTE_SOCKET")
+         ->type_name("PATH");
    watch->add_option("--interval", options->interval, "Seconds between two readings")
          ->type_name("SECONDS")
          ->check(CLI::Range(0.1, 86400.0).description(""))

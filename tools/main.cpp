@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
    Tools::addPublish(app);
    Tools::addState(app);
    Tools::addStatus(app);
+   Tools::addEvents(app);
    Tools::addTrace(app);
    Tools::addDoctor(app);
 

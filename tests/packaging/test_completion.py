@@ -27,7 +27,7 @@ def offered(prefix, *words, folder=None):
 
 
 @pytest.mark.parametrize("words, expected", [
-    (["mplste", ""], ["--help", "--version", "counters", "doctor", "publish", "show", "simulate", "state", "status",
+    (["mplste", ""], ["--help", "--version", "counters", "doctor", "events", "publish", "show", "simulate", "state", "status",
                       "trace", "watch"]),
     (["mplste", "s"], ["show", "simulate", "state", "status"]),
     (["mplste", "--v"], ["--version"]),
@@ -41,6 +41,8 @@ def offered(prefix, *words, folder=None):
     (["mplsted", "--counters"], ["--counters", "--counters-owner"]),
     (["mplsted", "--log-level", ""], ["debug", "error", "info", "warning"]),
     (["mplsted", "--table-driver", ""], ["own", "stock"]),
+    (["mplsted", "--notifications", ""], ["auto", "off", "on"]),
+    (["mplste", "events", "--l"], ["--latest"]),
     (["mplsted", "--state", "s", "--log", "s"], ["stderr", "syslog"]),
     (["mplsted", "x"], []),
 ])

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The initial scan, its tasks, the reconciliation of what an earlier life left behind, and retraction.
+#include <array>
+
 #include "derivation/tests/Derivation.h"
 #include "tests/support/Observer.h"
 
@@ -258,14 +260,28 @@ TEST_F(Scan, ARestartWithAnotherConfigurationRebindsTheHopEntries) {
 }
 
 TEST_F(Scan, InputsThatGoBeforeTheirWatcherCameToThemLeaveNoRow) {
-   head.tunnelIs(kParis, kParisPrimary, kSp12);
-   startWithTasks();
-   // Up to the configurations: the row is there, the watchers of the sub-tunnel statuses are not.
-   while (!head.row(kSp12)) scheduler->runSlice(std::chrono::microseconds(0));
-   head.statusDel(kParis);
-   scheduler->runAll();
-   EXPECT_EQ(rows(), 0U);
-   expectConsistent();
+   using Gone = void (*)(TestSupport::HeadEnd&);
+   std::array<Gone, 5> const inputs{[](TestSupport::HeadEnd& of) { of.statusDel(kParis); },
+                                    [](TestSupport::HeadEnd& of) { of.configDel(kParis); },
+                                    [](TestSupport::HeadEnd& of) { of.requestStatusDel(kParisPrimary); },
+                                    [](TestSupport::HeadEnd& of) { of.spStatusDel(kSp12); },
+                                    [](TestSupport::HeadEnd& of) { of.spIdDel(kParisPrimary); }};
+   scheduler->yieldPolicyIs([] { return true; });
+   for (Gone const gone : inputs) {
+      // Whichever scans have come to what is theirs by then.
+      for (int slices = 0; slices < 20; ++slices) {
+         SCOPED_TRACE(slices);
+         sm = nullptr;
+         head = TestSupport::HeadEnd();
+         head.tunnelIs(kParis, kParisPrimary, kSp12);
+         startWithTasks();
+         for (int n = 0; n < slices; ++n) scheduler->runSlice(std::chrono::microseconds(0));
+         gone(head);
+         scheduler->runAll();
+         EXPECT_EQ(rows(), 0U);
+         expectConsistent();
+      }
+   }
 }
 
 // The first that is heard of an sp id may come before it is known whose it is.

@@ -204,6 +204,21 @@ TEST_F(Rows, ACollectionReplacedByAnotherWithTheSameEntriesKeepsItsRows) {
    expectConsistent();
 }
 
+// Also where the entries stand two levels below what is replaced.
+TEST_F(Rows, ATableReplacedByAnotherWithTheSameCollectionsKeepsItsRows) {
+   head.tunnelIs(kParis, kParisPrimary, kSp12);
+   startSynchronous();
+   auto const row = head.row(kSp12);
+   auto const tunnel = head.subTunnelId(kParis).tunnelSpecId();
+   auto const other = Vel::makePtr<Rsvp::RsvpLerSubTunnelConfigCollTable>();
+   other->subTunnelConfigCollIs(tunnel, head.configs->subTunnelConfigColl()[tunnel]);
+   head.lerStatus->subTunnelConfigCollTableIs(other);
+   EXPECT_EQ(head.row(kSp12), row);
+   other->subTunnelConfigCollDel(tunnel);
+   EXPECT_FALSE(head.row(kSp12));
+   expectConsistent();
+}
+
 TEST_F(Rows, AStatusReplacedByAnotherObjectGivesTheRowOfTheNewOne) {
    head.tunnelIs(kParis, kParisPrimary, kSp12);
    startSynchronous();

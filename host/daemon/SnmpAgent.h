@@ -43,7 +43,8 @@ class SnmpAgent {
    /// has been read is no use to others than net-snmp.
    void reconfigure(Configuration& configuration, Log& log, std::function<void()> const& check);
 
-   /// Answers requests, watches descriptors and sleeps in between, until `stop`. Throws std::runtime_error after `fail`.
+   /// Answers requests, watches descriptors and sleeps in between, until `stop`. Throws std::runtime_error after
+   /// `fail`.
    void run();
    void stop() { running_ = false; }
    /// Stops with an error; the first one counts.

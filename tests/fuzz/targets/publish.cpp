@@ -58,6 +58,12 @@ void checkRequest(std::string const& line) {
       case Request::Kind::status:
          check(isOnly("$status") && json["$status"].is_null(), "this asks for the status", line);
          break;
+      case Request::Kind::events:
+         check(isOnly("$events") && (request.text.empty() ? json["$events"].is_null()
+                                                          : json["$events"].is_number_unsigned() &&
+                                                                  request.text == json["$events"].dump()),
+               "this asks for events behind a number, or for the latest", line);
+         break;
       case Request::Kind::trace:
          check(isOnly("$trace") && json["$trace"] == request.text, "this sets a trace", line);
          try {

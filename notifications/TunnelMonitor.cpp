@@ -187,16 +187,18 @@ void TunnelMonitor::proceed() {
 void TunnelMonitor::run(Orb::Task& task) {
    // A sink may do whatever it likes.
    Vel::Ptr<TunnelMonitor> const keep(this);
-   while (!touched_.empty()) {
-      Vel::Ptr<Tunnel> const tunnel = touched_.front();
-      touched_.pop_front();
-      consider(*tunnel);
-      // The task keeps its turn: no other document is begun in between.
-      if (!touched_.empty() && task.taskShouldYield()) return task.scheduleTask();
-   }
-   while (send()) {
-      if (task.taskShouldYield()) return task.scheduleTaskLast();
-   }
+   do {
+      // Also what the sink has changed: nothing is told that is not so any more.
+      while (!touched_.empty()) {
+         Vel::Ptr<Tunnel> const tunnel = touched_.front();
+         touched_.pop_front();
+         consider(*tunnel);
+         // The task keeps its turn: no other document is begun in between.
+         if (!touched_.empty() && task.taskShouldYield()) return task.scheduleTask();
+      }
+      if (!send()) return;
+   } while (!task.taskShouldYield());
+   task.scheduleTaskLast();
 }
 
 void TunnelMonitor::consider(Tunnel& tunnel) {
@@ -225,7 +227,7 @@ bool TunnelMonitor::send() {
    Vel::Ptr<Tunnel> const tunnel(static_cast<Tunnel*>(&queue_.front()));
    queue_.pop_front();
    auto const event = eventOf(*tunnel, tunnel->told.take());
-   if (!tunnel->newest) tunnels_.erase(tunnel->id);
+   if (!tunnel->newest && !tunnel->touched) tunnels_.erase(tunnel->id);
    ++sent_;
    Vel::Ptr<Snmp::TunnelEventSink> const sink = sink_;
    sink->take(event);

@@ -367,6 +367,20 @@ TEST_F(TunnelMonitorTest, WithoutASinkWhatWaitedIsForgottenAndNothingIsKept) {
    EXPECT_THAT(told(), ElementsAre("up cli:to-paris 12.1"));
 }
 
+TEST_F(TunnelMonitorTest, WhatASinkChangesWhenItIsToldIsLookedAtBeforeTheNextIsTold) {
+   begin();
+   paris->upIs(false);
+   tunnel("cli:to-rome", "cli:to-rome@primary.1", "200.0.0.7/40/10.0.0.1/1");
+   auto const oslo = tunnel("cli:to-oslo", "cli:to-oslo@primary.1", "200.0.0.8/41/10.0.0.1/1");
+   events->thenIs([&] {
+      head.statusDel("cli:to-rome");
+      oslo->activePathIs(path({"10.1.9.9"}));
+   });
+   EXPECT_THAT(told(), ElementsAre("down cli:to-paris 12.1", "up cli:to-oslo 41.1"));
+   EXPECT_EQ(monitor->coalesced(), 3U) << "that Rome came and went, and the other path";
+   EXPECT_EQ(monitor->waiting(), 0U);
+}
+
 TEST_F(TunnelMonitorTest, ASinkMayEndItAllWhenItIsTold) {
    tunnel("cli:to-rome", "cli:to-rome@primary.1", "200.0.0.7/40/10.0.0.1/1");
    begin();

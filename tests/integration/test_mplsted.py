@@ -15,7 +15,7 @@ from support import ber
 from support.manager import Manager
 from support.mplsted import ACCESS, BUILD, HEAD_END, SANITIZER, SOURCE, V3, Mplsted, run
 from support.stand_in import await_true
-from support.tree import EXPECTED, ROOT, TABLES, parse
+from support.tree import ROOT, TABLES, below, parse
 
 NAME = f"{TABLES['tunnel']}.1.5.12.1.167772161.167772169"
 SYSTEM_NAME = ".1.3.6.1.2.1.1.5.0"
@@ -258,7 +258,7 @@ def test_trace_lines_are_written_when_they_are_asked_for(mplsted):
 
 def test_a_manager_cannot_fill_the_log(mplsted):
     daemon = mplsted()
-    row = EXPECTED[0][0].split(".1.5.")[1]
+    row = below(TABLES["tunnel"])[0][0].split(".1.5.")[1]
     for _ in range(3):
         for column in (11, 17, 11, 18):
             daemon.snmp("snmpget", f"{TABLES['tunnel']}.1.{column}.{row}")

@@ -86,8 +86,10 @@ def test_attributes_change_in_place(daemon, agent):
 
 def test_all_rows_go_and_come_back(daemon, agent):
     daemon.publish("{}")
-    await_true(lambda: agent.get_next(ROOT).varbinds[0][1][0] == "endOfMibView", "all rows to go")
-    assert parse(daemon.snmp("snmpbulkwalk", ROOT).stdout) == []
+    await_true(lambda: walk(agent, NAME) == [], "all rows to go")
+    left = parse(daemon.snmp("snmpbulkwalk", ROOT).stdout)
+    assert not [oid for oid, _ in left if oid.startswith(tuple(f"{table}." for table in TABLES.values()))]
+    assert [value for _, value in left[:2]] == ["Gauge32: 0"] * 2, "none is configured, and none active"
     daemon.publish(json.dumps(STATE))
     await_true(lambda: walk(agent, NAME) == ROWS, "the rows to come back")
 

@@ -60,7 +60,7 @@ void checkRequest(std::string const& line) {
          break;
       case Request::Kind::events:
          check(isOnly("$events") && (request.text.empty() ? json["$events"].is_null()
-                                                          : json["$events"].is_number_unsigned() &&
+                                                          : json["$events"].is_number_integer() &&
                                                                   request.text == json["$events"].dump()),
                "this asks for events behind a number, or for the latest", line);
          break;

@@ -50,6 +50,11 @@ std::unique_ptr<spdlog::formatter> journalFormatter() {
    return formatter;
 }
 
+/// Of the module's errors the one that any walk causes: it asks for each column, also for those that are not served.
+bool asksForWhatIsNotServed(Trel::TraceRecord const& record) {
+   return record.text.find(" invalid column ") != std::string_view::npos;
+}
+
 }  // namespace
 
 std::string oneLine(std::string_view text) {
@@ -76,14 +81,37 @@ std::string tracedNames() {
    return names;
 }
 
-bool RepeatFilter::admits(std::string_view text, Clock::time_point now) {
+std::string kindOf(std::string_view text) {
+   std::string kind;
+   bool quoted = false;
+   while (!text.empty()) {
+      std::string_view const word = text.substr(0, text.find(' '));
+      text.remove_prefix(std::min(word.size() + 1, text.size()));
+      bool const varies =
+            quoted || std::ranges::any_of(word, [](char c) { return c == '"' || (c >= '0' && c <= '9'); });
+      if (std::ranges::count(word, '"') % 2 != 0) quoted = !quoted;
+      if (varies && kind.ends_with("# ")) continue;
+      kind += varies ? "#" : word;
+      kind += ' ';
+   }
+   return kind;
+}
+
+RepeatFilter::Verdict RepeatFilter::verdict(std::string_view text, Clock::time_point now) {
    if (now >= spanEnd_) {
-      spanEnd_ = now + span_;
+      spanEnd_ = now + limits_.span;
       written_.clear();
    }
-   if (written_.contains(text) || full()) return false;
-   written_.emplace(text);
-   return true;
+   std::string kind = kindOf(text);
+   auto texts = written_.find(kind);
+   bool const isNew = texts == written_.end();
+   if (isNew) {
+      if (written_.size() == limits_.kinds) return Verdict::dropped;
+      texts = written_.try_emplace(std::move(kind)).first;
+   }
+   if (texts->second.size() == limits_.texts || !texts->second.emplace(text).second) return Verdict::dropped;
+   if (texts->second.size() == limits_.texts) return Verdict::lastOfItsKind;
+   return isNew && written_.size() == limits_.kinds ? Verdict::lastKind : Verdict::admitted;
 }
 
 Log::Log() : logger_(std::make_shared<spdlog::logger>("mplsted")) {
@@ -133,17 +161,30 @@ void Log::warnOfUnknownHandles() {
 void Log::repeatable(spdlog::level::level_enum severity, std::string_view part, std::string_view text) {
    auto filter = filters_.find(part);
    if (filter == filters_.end()) filter = filters_.try_emplace(std::string(part)).first;
-   if (!filter->second.admits(text, RepeatFilter::Clock::now())) return;
-   logger_->log(severity, "{}{}", oneLine(text),
-                filter->second.full() ? fmt::format(" (and no more of {} for some time)", part) : "");
+   std::string hint;
+   switch (filter->second.verdict(text, RepeatFilter::Clock::now())) {
+      case RepeatFilter::Verdict::dropped:
+         return;
+      case RepeatFilter::Verdict::lastOfItsKind:
+         hint = " (and no more of this kind for some time)";
+         break;
+      case RepeatFilter::Verdict::lastKind:
+         hint = fmt::format(" (and nothing new of {} for some time)", part);
+         break;
+      case RepeatFilter::Verdict::admitted:
+         break;
+   }
+   logger_->log(severity, "{}{}", oneLine(text), hint);
 }
 
 void Log::trace(Trel::TraceRecord const& record) {
    std::string const line = fmt::format("{} {}: {}", record.handle, record.level, record.text);
+   bool const urgent = record.level == 0 && !asksForWhatIsNotServed(record);
+   auto const severity = urgent ? spdlog::level::err : spdlog::level::trace;
    if (record.level == 0 && !wanted_.contains(record.handle)) {
-      repeatable(spdlog::level::err, record.handle, line);
+      repeatable(severity, record.handle, line);
    } else {
-      logger_->log(record.level == 0 ? spdlog::level::err : spdlog::level::trace, "{}", oneLine(line));
+      logger_->log(severity, "{}", oneLine(line));
    }
 }
 

@@ -4,6 +4,7 @@
 #include <spdlog/logger.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -23,30 +24,46 @@ std::string oneLine(std::string_view text);
 bool isTraced(std::string_view handle);
 std::string tracedNames();
 
+/// `text` without what differs between lines of one kind: words with a digit in them, and what stands in double quotes,
+/// become `#`, as many as stand side by side one `#`.
+std::string kindOf(std::string_view text);
+
 /// Keeps the log from being filled with lines that somebody out there can cause at will: each text once in a span of
-/// time, and no more than a number of texts.
+/// time, no more than a number of texts of each kind, and no more than a number of kinds. Who can vary a text without
+/// end uses up what is his kind's, and no other's.
 class RepeatFilter {
  public:
    using Clock = std::chrono::steady_clock;
-   explicit RepeatFilter(std::size_t texts = 100, Clock::duration span = std::chrono::hours(1))
-         : limit_(texts), span_(span) {}
+   struct Limits {
+      std::size_t texts = 10;  ///< of each kind
+      std::size_t kinds = 100;
+      Clock::duration span = std::chrono::hours(1);
+   };
+   enum class Verdict : std::uint8_t {
+      dropped,
+      admitted,
+      lastOfItsKind,  ///< admitted, and no other text of its kind is before the span is over
+      lastKind,       ///< admitted, and no text of a kind that is new is before the span is over
+   };
+   RepeatFilter() : RepeatFilter(Limits{}) {}
+   explicit RepeatFilter(Limits limits) : limits_(limits) {}
 
    /// Whether `text` may be written at `now`.
-   bool admits(std::string_view text, Clock::time_point now);
-   /// Whether no other text is admitted before the span is over.
-   bool full() const { return written_.size() == limit_; }
+   Verdict verdict(std::string_view text, Clock::time_point now);
 
  private:
-   std::size_t limit_;
-   Clock::duration span_;
+   using Texts = std::set<std::string, std::less<>>;
+
+   Limits limits_;
    Clock::time_point spanEnd_ = Clock::time_point::min();
-   std::set<std::string, std::less<>> written_;
+   std::map<std::string, Texts, std::less<>> written_;
 };
 
 /// The log of the process, on the standard error stream until `outputIs` says otherwise: with time and severity in
 /// words, or, where the stream is systemd's journal, with the severity in the journal's own notation. While it lives,
 /// trace lines go there too, with their handle and level. Error lines (level 0) are taken to be repeatable, but for
-/// handles that somebody wants to see.
+/// handles that somebody wants to see. Those that say of a request that it asked for what is not served are no more
+/// urgent than other trace lines: the fault, if there is one, is the manager's, and every walk asks so.
 class Log {
  public:
    Log();

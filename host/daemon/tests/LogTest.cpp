@@ -22,25 +22,49 @@ TEST(OneLine, aTextStaysOneLineWhateverItHolds) {
    EXPECT_EQ(Daemon::oneLine("net-snmp ends its lines\n"), "net-snmp ends its lines");
 }
 
-TEST(RepeatFilter, aTextIsWrittenOnceInASpanOfTime) {
-   Daemon::RepeatFilter filter(10, 1h);
-   Daemon::RepeatFilter::Clock::time_point const start{};
-   EXPECT_TRUE(filter.admits("invalid column 11", start));
-   EXPECT_TRUE(filter.admits("invalid column 17", start));
-   EXPECT_FALSE(filter.admits("invalid column 11", start + 59min));
-   EXPECT_TRUE(filter.admits("invalid column 11", start + 1h));
-   EXPECT_FALSE(filter.admits("invalid column 11", start + 119min));
+TEST(KindOf, linesThatDifferInNumbersAndNamesAreOfOneKind) {
+   EXPECT_EQ(Daemon::kindOf("mplsTunnelTable invalid column 11"),
+             Daemon::kindOf("mplsTunnelTable invalid column 4711"));
+   EXPECT_NE(Daemon::kindOf("mplsTunnelTable invalid column 11"),
+             Daemon::kindOf("mplsTunnelHopTable invalid column 11"));
+   EXPECT_EQ(Daemon::kindOf("no user \"a\" here"), Daemon::kindOf("no user \"that is of many words\" here"));
+   EXPECT_NE(Daemon::kindOf("no user \"a\" here"), Daemon::kindOf("no user \"a\" there"));
+   EXPECT_EQ(Daemon::kindOf("octets 0x30 0x82"), Daemon::kindOf("octets 0x30 0x82 0x01 0xff"));
 }
 
-TEST(RepeatFilter, textsThatAllDifferEndToo) {
-   Daemon::RepeatFilter filter(2, 1h);
+using Verdict = Daemon::RepeatFilter::Verdict;
+
+TEST(RepeatFilter, aTextIsWrittenOnceInASpanOfTime) {
+   Daemon::RepeatFilter filter({.texts = 10, .kinds = 10, .span = 1h});
    Daemon::RepeatFilter::Clock::time_point const start{};
-   EXPECT_TRUE(filter.admits("a", start));
-   EXPECT_TRUE(filter.admits("b", start));
-   EXPECT_TRUE(filter.full());
-   EXPECT_FALSE(filter.admits("c", start));
-   EXPECT_TRUE(filter.admits("c", start + 1h));
-   EXPECT_FALSE(filter.full());
+   EXPECT_EQ(filter.verdict("invalid column 11", start), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("invalid column 17", start), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("invalid column 11", start + 59min), Verdict::dropped);
+   EXPECT_EQ(filter.verdict("invalid column 11", start + 1h), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("invalid column 11", start + 119min), Verdict::dropped);
+}
+
+TEST(RepeatFilter, whoVariesATextUsesUpHisOwnKindOnly) {
+   Daemon::RepeatFilter filter({.texts = 3, .kinds = 10, .span = 1h});
+   Daemon::RepeatFilter::Clock::time_point const start{};
+   EXPECT_EQ(filter.verdict("invalid column 1", start), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("invalid column 2", start), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("invalid column 3", start), Verdict::lastOfItsKind);
+   for (int i = 4; i < 1000; ++i) {
+      EXPECT_EQ(filter.verdict(fmt::format("invalid column {}", i), start), Verdict::dropped);
+   }
+   EXPECT_EQ(filter.verdict("the segment is damaged", start), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("invalid column 4", start + 1h), Verdict::admitted);
+}
+
+TEST(RepeatFilter, kindsThatAllDifferEndToo) {
+   Daemon::RepeatFilter filter({.texts = 3, .kinds = 2, .span = 1h});
+   Daemon::RepeatFilter::Clock::time_point const start{};
+   EXPECT_EQ(filter.verdict("a 1", start), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("b 1", start), Verdict::lastKind);
+   EXPECT_EQ(filter.verdict("c 1", start), Verdict::dropped);
+   EXPECT_EQ(filter.verdict("a 2", start), Verdict::admitted);
+   EXPECT_EQ(filter.verdict("c 1", start + 1h), Verdict::admitted);
 }
 
 class LogTest : public testing::Test {
@@ -137,16 +161,32 @@ TEST_F(LogTest, errorLinesThatRepeatAreWrittenOnceUnlessTheyAreWanted) {
    EXPECT_EQ(count("error: LogTest.other 0: kept short\n"), 1) << text;
 }
 
-TEST_F(LogTest, aPartThatSaysTooMuchDoesNotSilenceOthers) {
+TEST_F(LogTest, whatIsSaidTooOftenSilencesNothingElse) {
    Daemon::Log log;
    for (int i = 0; i < 150; ++i)
       log.repeatable(spdlog::level::warn, "net-snmp", fmt::format("Bad PDU type received: {}", i));
+   log.repeatable(spdlog::level::err, "net-snmp", "the engine's clock has gone");
    log.repeatable(spdlog::level::err, "Tallies", "the segment is damaged");
    std::string const text = written();
-   EXPECT_THAT(text, HasSubstr(" warning: Bad PDU type received: 98\n"));
-   EXPECT_THAT(text, HasSubstr(" warning: Bad PDU type received: 99 (and no more of net-snmp for some time)\n"));
-   EXPECT_THAT(text, testing::Not(HasSubstr("received: 100")));
+   EXPECT_THAT(text, HasSubstr(" warning: Bad PDU type received: 8\n"));
+   EXPECT_THAT(text, HasSubstr(" warning: Bad PDU type received: 9 (and no more of this kind for some time)\n"));
+   EXPECT_THAT(text, testing::Not(HasSubstr("received: 10")));
+   EXPECT_THAT(text, HasSubstr(" error: the engine's clock has gone\n"));
    EXPECT_THAT(text, HasSubstr(" error: the segment is damaged\n"));
+}
+
+TEST_F(LogTest, aRequestForWhatIsNotServedIsNoErrorOfTheOperators) {
+   Daemon::Log log;
+   auto const& handle = Trel::Platform::getDebugHandler("LogTest.module");
+   handle.write(0, "mplsTunnelTable invalid column 11");
+   handle.write(0, "handle_mplsTunnelTable - reading ifIndex failed");
+   std::string const text = written();
+   EXPECT_THAT(text, HasSubstr(" trace: LogTest.module 0: mplsTunnelTable invalid column 11\n"));
+   EXPECT_THAT(text, HasSubstr(" error: LogTest.module 0: handle_mplsTunnelTable - reading ifIndex failed\n"));
+
+   log.outputIs(Daemon::LogOutput::standardError, Daemon::LogLevel::info);
+   handle.write(0, "mplsTunnelTable invalid column 12");
+   EXPECT_EQ(written(), "");
 }
 
 TEST_F(LogTest, afterItsTimeTheFormerSinkIsBack) {

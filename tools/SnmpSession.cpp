@@ -127,6 +127,13 @@ SnmpSession::SnmpSession(AgentOptions options, Wait wait)
    session.retries = options_.retries;
    handle_ = snmp_sess_open(&session);
    if (!handle_) {
+      // A host that nobody knows, or what is no address at all.
+      if (session.s_snmp_errno == SNMPERR_BAD_ADDRESS && session.s_errno == 0) {
+         throw AgentError(
+               fmt::format("cannot resolve {}: no such host is known here; --agent is udp:HOST:PORT, tcp:HOST:PORT or "
+                           "unix:PATH",
+                           options_.address));
+      }
       throw AgentError(fmt::format(
             "cannot reach {} ({}): is the agent running there? --agent is udp:HOST:PORT, tcp:HOST:PORT or unix:PATH",
             options_.address, lastError(session)));

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tools/Commands.h"
+#include "tools/Usage.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ int main(int argc, char** argv) {
    } catch (CLI::Success const& success) {  // --help, --version
       return app.exit(success);
    } catch (CLI::Error const& error) {
-      return fail(fmt::format("{}: see 'mplste --help'", error.what()), Tools::usageError);
+      return fail(Tools::usageText(app, error), Tools::usageError);
    } catch (Tools::AgentError const& error) {
       return fail(error.what(), Tools::agentError);
    } catch (std::exception const& error) {

@@ -226,15 +226,27 @@ def test_an_address_that_leads_nowhere_is_named(mplste, address, reason):
 
 
 @pytest.mark.parametrize("arguments, reason", [
-    ([], "A subcommand is required"),
-    (["show"], "A subcommand is required"),
-    (["show", "tunnel"], "NAME is required"),
-    (["show", "tunnels", "--colour"], "The following argument was not expected: --colour"),
-    (["show", "tunnels", "--timeout", "soon"], "--timeout: Value soon not in range 0.010000 to 3600.000000"),
-    (["watch", "--interval", "0"], "--interval: Value 0 not in range 0.100000 to 86400.000000"),
+    ([], "a command is missing; there are show, watch, counters, simulate, publish, state, status, trace, doctor: see "
+         "'mplste --help'"),
+    (["shwo", "tunnels"], "there is no command 'shwo', 'show' is probably meant: see 'mplste --help'"),
+    (["show"], "a command is missing; there are tunnels, hops, perf, tunnel: see 'mplste show --help'"),
+    (["show", "rows"], "there is no command 'rows'; there are tunnels, hops, perf, tunnel: see 'mplste show --help'"),
+    (["show", "tunnel"], "NAME is required: see 'mplste show tunnel --help'"),
+    (["show", "tunnel", "a", "b"], "'b' is one word too many: see 'mplste show tunnel --help'"),
+    (["show", "tunnels", "--colour"], "there is no option '--colour': see 'mplste show tunnels --help'"),
+    (["show", "tunnels", "--comunity=x"],
+     "there is no option '--comunity', '--community' is probably meant: see 'mplste show tunnels --help'"),
+    (["--json", "show", "tunnels"],
+     "'--json' belongs behind 'mplste show tunnels': see 'mplste show tunnels --help'"),
+    (["counters", "list", "--nam", "x"],
+     "there is no option '--nam', '--name' is probably meant: see 'mplste counters list --help'"),
+    (["show", "tunnels", "--timeout", "soon"],
+     "--timeout: Value soon not in range 0.010000 to 3600.000000: see 'mplste show tunnels --help'"),
+    (["watch", "--interval", "0"],
+     "--interval: Value 0 not in range 0.100000 to 86400.000000: see 'mplste watch --help'"),
 ])
 def test_wrong_usage_is_told_in_one_line(mplste, arguments, reason):
-    assert refusal(mplste(*arguments), 1) == f"{reason}: see 'mplste --help'"
+    assert refusal(mplste(*arguments), 1) == reason
 
 
 def test_help_and_version_are_on_stdout(mplste):

@@ -147,15 +147,15 @@ def test_the_agent_follows_what_goes_on(tmp_path):
 
 
 @pytest.mark.parametrize("arguments, reason", [
-    (["--tunnels", 0], "--tunnels: Value 0 not in range 1 to 65535: see 'mplste --help'"),
-    (["--tunnels", 65536], "--tunnels: Value 65536 not in range 1 to 65535: see 'mplste --help'"),
-    (["--tunnels", "many"], "--tunnels: Value many not in range 1 to 65535: see 'mplste --help'"),
-    (["--hops", 65], "--hops: Value 65 not in range 0 to 64: see 'mplste --help'"),
-    (["--hops", -1], "--hops: Value -1 not in range 0 to 64: see 'mplste --help'"),
-    (["--seed", -1], "--seed: Value -1 not in range 0 to 9223372036854775807: see 'mplste --help'"),
-    (["--churn", -1], "--churn: Value -1 not in range 0 to 9223372036854775807: see 'mplste --help'"),
-    (["--churn", "x"], "--churn: Value x not in range 0 to 9223372036854775807: see 'mplste --help'"),
-    (["surplus"], "The following argument was not expected: surplus: see 'mplste --help'"),
+    (["--tunnels", 0], "--tunnels: Value 0 not in range 1 to 65535: see 'mplste simulate --help'"),
+    (["--tunnels", 65536], "--tunnels: Value 65536 not in range 1 to 65535: see 'mplste simulate --help'"),
+    (["--tunnels", "many"], "--tunnels: Value many not in range 1 to 65535: see 'mplste simulate --help'"),
+    (["--hops", 65], "--hops: Value 65 not in range 0 to 64: see 'mplste simulate --help'"),
+    (["--hops", -1], "--hops: Value -1 not in range 0 to 64: see 'mplste simulate --help'"),
+    (["--seed", -1], "--seed: Value -1 not in range 0 to 9223372036854775807: see 'mplste simulate --help'"),
+    (["--churn", -1], "--churn: Value -1 not in range 0 to 9223372036854775807: see 'mplste simulate --help'"),
+    (["--churn", "x"], "--churn: Value x not in range 0 to 9223372036854775807: see 'mplste simulate --help'"),
+    (["surplus"], "'surplus' is one word too many: see 'mplste simulate --help'"),
 ])
 def test_a_wrong_option_is_said_on_one_line(arguments, reason):
     done = run(*arguments)

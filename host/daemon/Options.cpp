@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 
+#include "host/publish/Access.h"
+
 namespace Daemon {
 
 namespace {
@@ -101,6 +103,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    std::optional<std::string> log;
    std::optional<std::string> logLevel;
    std::optional<std::string> tableDriver;
+   std::optional<std::string> countersOwner;
 
    CLI::App app("Serves the MPLS traffic-engineering tunnels of a head end over SNMP (MPLS-TE-STD-MIB)", "mplsted");
    app.set_version_flag("--version", "mplsted " MPLSTE_VERSION);
@@ -129,9 +132,9 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    app.add_option("--counters", options.counters,
                   "The shared memory that the forwarding process keeps packets and bytes in; without it they read as 0")
          ->type_name("NAME");
-   app.add_option("--counters-owner", options.countersOwner,
-                  "The user id that this shared memory must belong to, instead of our own or root's")
-         ->type_name("UID");
+   app.add_option("--counters-owner", countersOwner,
+                  "Whom this shared memory must belong to, by name or number, instead of ourselves or root")
+         ->type_name("USER");
    app.add_option("--config", options.config,
                   "Who may read what, in the notation of snmpd.conf; without it mplsted.conf is looked for where "
                   "net-snmp looks, and without one the community public may read from this machine")
@@ -195,6 +198,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    if (notifications) take("--notifications", *notifications, setNotifications);
    if (maxRate) take("--notification-max-rate", *maxRate, setNotificationMaxRate);
    for (auto const& protocol : teDistProto) take("--te-dist-proto", protocol, addTeDistProto);
+   if (countersOwner) options.countersOwner = parsed("--counters-owner", *countersOwner, Publish::userFrom);
    if (log) options.log = parsed("--log", *log, parseLogOutput);
    if (logLevel) options.logLevel = parsed("--log-level", *logLevel, parseLogLevel);
    takePublishOptions(options.publish);

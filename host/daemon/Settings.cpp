@@ -4,24 +4,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <iomanip>
 #include <sstream>
 #include <stdexcept>
 
 #include "host/daemon/SnmpAgent.h"
 #include "host/loop/NetSnmp.h"
+#include "host/publish/Access.h"
 
 namespace Daemon {
 
 namespace {
-
-uid_t userId(std::string const& text) {
-   uid_t id = 0;
-   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
-   if (error != std::errc() || end != text.data() + text.size()) throw std::invalid_argument("it must be a user id");
-   return id;
-}
 
 constexpr auto kReload = Setting::Change::reload;
 constexpr auto kRestart = Setting::Change::restart;
@@ -49,7 +42,7 @@ constexpr Setting kSettings[] = {
       {"--counters", "mplsteCounters", kRestart, kAny,
        [](Options& to, std::string const& value) { to.counters = value; }},
       {"--counters-owner", "mplsteCountersOwner", kRestart, kAny,
-       [](Options& to, std::string const& value) { to.countersOwner = userId(value); }},
+       [](Options& to, std::string const& value) { to.countersOwner = Publish::userFrom(value); }},
       {"--notifications", "mplsteNotifications", kReload, kAny,
        [](Options& to, std::string const& value) { setNotifications(to.notifications, value); }},
       {"--notification-max-rate", "mplsteNotificationMaxRate", kReload, kAny,

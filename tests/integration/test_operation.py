@@ -75,7 +75,8 @@ def test_the_configuration_may_name_a_master(tmp_path):
     ("mplsteTrace mplsTeStdMIB", "mplsteTrace: it must be HANDLE=LEVELS, such as mplsTeStdMIB=0-2"),
     ("mplsteLog file", "mplsteLog: it must be stderr or syslog"),
     ("mplsteLogLevel 3", "mplsteLogLevel: it must be error, warning, info or debug"),
-    ("mplsteCountersOwner root", "mplsteCountersOwner: it must be a user id"),
+    ("mplsteCountersOwner nobody-of-this-name",
+     'mplsteCountersOwner: there is no user "nobody-of-this-name"'),
     ('mplsteState "a" b', "mplsteState: there is more behind the value: b"),
 ])
 def test_a_wrong_value_is_refused_with_its_place(tmp_path, line, complaint):

@@ -72,6 +72,11 @@ TEST(Options, allAreTaken) {
                                             Daemon::Options::Trace{"mplsTeStdMIB", 0b1'0000'0111}));
 }
 
+TEST(Options, theOwnerOfTheCountersIsGivenByNameOrNumber) {
+   EXPECT_EQ(parse({"--counters-owner", "root"})->countersOwner, 0U);
+   EXPECT_EQ(parse({"--counters-owner", "4711"})->countersOwner, 4711U);
+}
+
 TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
    testing::internal::CaptureStdout();
    EXPECT_FALSE(parse({"--version"}));
@@ -96,7 +101,8 @@ TEST(Options, aWrongCommandLineIsRefusedWithTheReason) {
    EXPECT_THAT(usageError({"--state"}), HasSubstr("--state"));
    EXPECT_EQ(usageError({"--state", ""}), "--state must not be empty");
    EXPECT_EQ(usageError({"--state", "s", "--context", ""}), "--context must not be empty");
-   EXPECT_THAT(usageError({"--state", "s", "--counters-owner", "root"}), HasSubstr("root"));
+   EXPECT_EQ(usageError({"--state", "s", "--counters-owner", "nobody-of-this-name"}),
+             "--counters-owner nobody-of-this-name: there is no user \"nobody-of-this-name\"");
    EXPECT_THAT(usageError({"--state", "s", "--counters-owner", "-1"}), HasSubstr("-1"));
    EXPECT_EQ(usageError({"--publish", ""}), "--publish must not be empty");
    EXPECT_THAT(usageError({"--publish", "p", "--publish-longest-line", "0"}), HasSubstr("not in range 1 to 1024"));

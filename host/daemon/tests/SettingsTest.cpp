@@ -29,13 +29,13 @@ class FileSettingsTest : public testing::Test {
 };
 
 TEST_F(FileSettingsTest, aLineSaysWhatAnOptionSays) {
-   read("mplsteState /run/state.json\nmplsteCounters mplste-counters\nmplsteCountersOwner 1000\nmplsteModule m.so\n"
+   read("mplsteState /run/state.json\nmplsteCounters mplste-counters\nmplsteCountersOwner root\nmplsteModule m.so\n"
         "mplsteContext red\nmplsteContext blue\nmplsteTrace MplsSnmp=0-2\nmplsteLog syslog\nmplsteLogLevel error\n"
         "mplsteTableDriver stock\n");
    auto const options = settings_.merged({});
    EXPECT_EQ(options.state, "/run/state.json");
    EXPECT_EQ(options.counters, "mplste-counters");
-   EXPECT_EQ(options.countersOwner, 1000U);
+   EXPECT_EQ(options.countersOwner, 0U);
    EXPECT_EQ(options.module, "m.so");
    EXPECT_THAT(options.contexts, ElementsAre("red", "blue"));
    EXPECT_THAT(options.traces, ElementsAre(Daemon::Options::Trace{"MplsSnmp", 0b111}));
@@ -68,7 +68,8 @@ TEST_F(FileSettingsTest, aValueWithSpacesMayBeQuoted) {
 }
 
 TEST_F(FileSettingsTest, aWrongLineIsLeftOut) {
-   read("mplsteCountersOwner root\nmplsteTrace MplsSnmp\nmplsteLog file\nmplsteState \"a\" b\nmplsteState \"a "
+   read("mplsteCountersOwner nobody-of-this-name\nmplsteTrace MplsSnmp\nmplsteLog file\nmplsteState \"a\" "
+        "b\nmplsteState \"a "
         "b\nmplsteState \"\n"
         "mplsteContext \"\"\n");
    auto const options = settings_.merged({});

@@ -15,6 +15,7 @@
 #include "tools/StateLayout.h"
 #include "tools/StatusText.h"
 #include "tools/Terminal.h"
+#include "tools/TraceText.h"
 
 namespace Tools {
 
@@ -41,9 +42,13 @@ void printStatus(PublishOptions const& options, bool json) {
    printLines(statusLines(status));
 }
 
-void setTrace(PublishOptions const& options, std::string const& levels) {
+void trace(PublishOptions const& options, std::string const& levels) {
+   PublishSocket socket(options);
+   if (levels.empty()) {
+      return printLines(traceLines(socket.ask("{\"$trace\":null}").value("traces", Json::array())));
+   }
    Json const request{{"$trace", levels}};
-   PublishSocket(options).ask(request.dump(-1, ' ', false, Json::error_handler_t::replace));
+   socket.ask(request.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace
@@ -65,14 +70,13 @@ void addStatus(CLI::App& app) {
 }
 
 void addTrace(CLI::App& app) {
-   auto* const command = app.add_subcommand("trace", "Set the trace levels of a part of mplsted");
+   auto* const command = app.add_subcommand("trace", "List what mplsted can trace, or set the trace levels of a part");
    auto const options = std::make_shared<PublishOptions>();
    auto const levels = std::make_shared<std::string>();
    command->add_option("HANDLE=LEVELS", *levels, "A part and its levels 0 to 9, such as mplsTeStdMIB=0-2,8 or =none")
-         ->type_name("")
-         ->required();
+         ->type_name("");
    addPublishOptions(*command, *options);
-   command->callback([options, levels] { setTrace(*options, *levels); });
+   command->callback([options, levels] { trace(*options, *levels); });
 }
 
 }  // namespace Tools

@@ -81,6 +81,19 @@ std::string tracedNames() {
    return names;
 }
 
+std::string levelsText(Trel::TraceLevels levels) {
+   std::string text;
+   for (unsigned level = 0; level <= Trel::kMaxTraceLevel; ++level) {
+      auto const has = [&](unsigned other) { return other <= Trel::kMaxTraceLevel && ((levels >> other) & 1U) != 0; };
+      if (!has(level)) continue;
+      unsigned const first = level;
+      while (has(level + 1)) ++level;
+      if (!text.empty()) text += ',';
+      text += first == level ? fmt::to_string(first) : fmt::format("{}-{}", first, level);
+   }
+   return text.empty() ? "none" : text;
+}
+
 std::string kindOf(std::string_view text) {
    std::string kind;
    bool quoted = false;
@@ -142,16 +155,26 @@ void Log::outputIs(LogOutput output, LogLevel least) {
 }
 
 void Log::tracesDel() {
-   for (std::string const& handle : std::exchange(wanted_, {})) Trel::traceLevelsIs(handle, Trel::kErrorLevel);
+   for (auto const& [handle, levels] : std::exchange(wanted_, {})) Trel::traceLevelsIs(handle, Trel::kErrorLevel);
 }
 
 void Log::traceLevelsIs(std::string const& handle, Trel::TraceLevels levels) {
-   wanted_.insert(handle);
+   wanted_[handle] = levels;
    Trel::traceLevelsIs(handle, levels);
 }
 
+std::vector<Log::Trace> Log::traces() const {
+   std::vector<Trace> traces;
+   for (auto const& [handle, levels] : wanted_) {
+      if (!isTraced(handle)) traces.push_back({handle, levels, false});
+   }
+   for (auto const* const handle : Trel::traceHandles()) traces.push_back({handle->name(), handle->levels(), true});
+   std::ranges::sort(traces, {}, &Trace::handle);
+   return traces;
+}
+
 void Log::warnOfUnknownHandles() {
-   for (std::string const& handle : wanted_) {
+   for (auto const& [handle, levels] : wanted_) {
       if (!isTraced(handle)) {
          warn(fmt::format("trace handle {}: nothing traces under that name so far, but{}", handle, tracedNames()));
       }

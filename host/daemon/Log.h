@@ -11,6 +11,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/daemon/LogOutput.h"
 #include "substrate/trel/Trace.h"
@@ -23,6 +24,9 @@ std::string oneLine(std::string_view text);
 /// Whether there is a trace handle of that name, and the names of all, each with a blank in front.
 bool isTraced(std::string_view handle);
 std::string tracedNames();
+
+/// Levels as they are written in HANDLE=LEVELS: "0-2,8", or "none".
+std::string levelsText(Trel::TraceLevels levels);
 
 /// `text` without what differs between lines of one kind: words with a digit in them, and what stands in double quotes,
 /// become `#`, as many as stand side by side one `#`.
@@ -82,6 +86,13 @@ class Log {
 
    /// Enables these levels of a trace handle, and writes all its lines.
    void traceLevelsIs(std::string const& handle, Trel::TraceLevels levels);
+   struct Trace {
+      std::string handle;
+      Trel::TraceLevels levels;
+      bool exists;  ///< or else it has its levels when it does
+   };
+   /// All handles that there are, and those whose levels were enabled before there is one; in order of name.
+   std::vector<Trace> traces() const;
    /// Warns of those that nothing traces under: a name may be misspelt, or its part not be loaded yet.
    void warnOfUnknownHandles();
    /// Takes back what was enabled: all handles write their errors only.
@@ -92,7 +103,7 @@ class Log {
 
    std::shared_ptr<spdlog::logger> logger_;
    std::map<std::string, RepeatFilter, std::less<>> filters_;
-   std::set<std::string, std::less<>> wanted_;
+   std::map<std::string, Trel::TraceLevels, std::less<>> wanted_;
    Trel::TraceSink formerSink_;
 };
 

@@ -9,12 +9,41 @@
 #include <utility>
 
 #include "host/daemon/Options.h"
+#include "host/store/Closest.h"
 
 namespace Daemon {
 
 namespace {
 
 constexpr char const* kPart = "publish";
+
+/// How many handles that nothing traces under may have their levels set for later, lest somebody fill the memory.
+constexpr std::ptrdiff_t kMostUnknown = 100;
+
+/// A handle that nothing traces under may do so later, when its part is loaded; or its name is misspelt. Throws
+/// std::invalid_argument.
+void checkHandle(std::vector<Log::Trace> const& traces, std::string const& handle) {
+   if (std::ranges::find(traces, handle, &Log::Trace::handle) != traces.end()) return;
+   std::vector<std::string_view> known;
+   for (auto const& trace : traces) {
+      if (trace.exists) known.push_back(trace.handle);
+   }
+   if (auto const meant = Store::closest(handle, known); !meant.empty()) {
+      throw std::invalid_argument(fmt::format("nothing traces under that name, \"{}\" is probably meant", meant));
+   }
+   if (handle.size() > 100 || std::ssize(traces) - std::ssize(known) >= kMostUnknown) {
+      throw std::invalid_argument("nothing traces under that name, but" + tracedNames());
+   }
+}
+
+std::string toJson(std::vector<Log::Trace> const& traces) {
+   using Json = nlohmann::ordered_json;
+   Json list = Json::array();
+   for (auto const& trace : traces) {
+      list.push_back({{"handle", trace.handle}, {"levels", levelsText(trace.levels)}, {"exists", trace.exists}});
+   }
+   return list.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
 
 Publish::Handlers handlersOf(Status& status, Log& log) {
    using Clock = Status::SystemClock;
@@ -36,11 +65,10 @@ Publish::Handlers handlersOf(Status& status, Log& log) {
          .trace =
                [&log](std::string const& levels) {
                   auto const trace = parseTrace(levels);
-                  if (!isTraced(trace.handle)) {
-                     throw std::invalid_argument("nothing traces under that name, but" + tracedNames());
-                  }
+                  checkHandle(log.traces(), trace.handle);
                   log.traceLevelsIs(trace.handle, trace.levels);
                },
+         .traces = [&log] { return toJson(log.traces()); },
          .done =
                [&status, &log](Publish::Peer const& peer, Store::ChangeQueue::Outcome const& outcome) {
                   std::string const from = Publish::toText(peer);

@@ -72,7 +72,11 @@ Request requestFrom(std::string line) {
       }
       std::string text;
       if (kind == Kind::trace) {
-         text = in.text("HANDLE=LEVELS");
+         if (in.takeNull()) {
+            takeEnd(in, *name);
+            return {Kind::traces, {}};
+         }
+         text = in.text("HANDLE=LEVELS or null");
       } else if (kind == Kind::events && in.kind() == JsonReader::Kind::number) {
          text = std::to_string(in.integer(std::numeric_limits<std::uint64_t>::max()));
       } else if (!in.takeNull()) {
@@ -107,6 +111,7 @@ std::string doneAnswer() { return "{\"ok\":true}\n"; }
 std::string statusAnswer(std::string_view json) { return fmt::format("{{\"ok\":true,\"status\":{}}}\n", json); }
 
 std::string eventsAnswer(std::string_view text) { return fmt::format("{{\"ok\":true,{}}}\n", text); }
+std::string tracesAnswer(std::string_view json) { return fmt::format("{{\"ok\":true,\"traces\":{}}}\n", json); }
 
 std::string errorAnswer(std::string_view error) {
    using Json = nlohmann::json;

@@ -17,6 +17,7 @@ struct Request {
       status,   ///< {"$status": null}
       events,   ///< {"$events": null} or {"$events": N}: `text` is N, or empty
       trace,    ///< {"$trace": "HANDLE=LEVELS"}: `text` is what the member holds
+      traces,   ///< {"$trace": null}
       refused   ///< a request that there is not, or not in this form: `text` says why
    };
    Kind kind;
@@ -43,6 +44,8 @@ std::string doneAnswer();
 std::string statusAnswer(std::string_view json);
 /// `text`: the members that events are told in.
 std::string eventsAnswer(std::string_view text);
+/// `json`: the trace handles as a JSON list on one line.
+std::string tracesAnswer(std::string_view json);
 /// Octets that are no UTF-8 are replaced.
 std::string errorAnswer(std::string_view error);
 

@@ -287,6 +287,8 @@ void Server::serve(Connection& connection, Request const& question) {
          return connection.answer(statusAnswer(handlers_.status()));
       case Request::Kind::events:
          return serveEvents(connection, question);
+      case Request::Kind::traces:
+         return connection.answer(tracesAnswer(handlers_.traces()));
       case Request::Kind::trace:
          try {
             handlers_.trace(question.text);

@@ -30,6 +30,8 @@ struct Handlers {
    std::function<std::string(std::optional<std::uint64_t> after)> events;
    /// Sets trace levels from "HANDLE=LEVELS". Throws std::runtime_error or std::invalid_argument.
    std::function<void(std::string const& levels)> trace;
+   /// The trace handles, each with its levels: a JSON list on one line.
+   std::function<std::string()> traces;
    /// A document of this publisher has been applied or refused; or a line, before it could be one.
    std::function<void(Peer const& peer, Store::ChangeQueue::Outcome const& outcome)> done;
    /// One line for the log, which somebody out there may cause again and again.

@@ -186,8 +186,30 @@ def test_trace_levels_are_set(mplste, daemon):
     output(mplste("publish", SWITCH_OVER_FILE))
     assert " trace: RsvpSnmpSm 9: " in daemon.log()[before:]
     assert output(mplste("trace", "RsvpSnmpSm=0")) == ""
-    assert "nothing traces under that name" in failure(mplste("trace", "nobody=1"), 2)
+    assert '"RsvpSnmpSm" is probably meant' in failure(mplste("trace", "RsvpSnmpS=1"), 2)
     assert "must be HANDLE=LEVELS" in failure(mplste("trace", "RsvpSnmpSm"), 2)
+
+
+def test_what_can_be_traced_is_listed_as_the_documents_say(mplste):
+    output(mplste("trace", "mplsTeStdMIB=0-2"))
+    output(mplste("trace", "comes-later=3"))
+    lines = output(mplste("trace")).splitlines()
+    output(mplste("trace", "mplsTeStdMIB=0"))
+    assert re.split("  +", lines[0]) == ["HANDLE", "IN FORCE", "LEVEL", "SHOWS"]
+    found, force, handle = set(), {}, None
+    for line in lines[1:]:
+        if not line.startswith(" "):
+            handle, force[handle], *rest = re.split("  +", line)
+        else:
+            rest = re.split("  +", line.lstrip())
+        if rest[0] != "-":
+            found.add((handle, *rest))
+        else:
+            assert (handle, rest[1]) == ("comes-later", "nothing traces under that name so far")
+    assert (force["mplsTeStdMIB"], force["comes-later"], force["MplsSnmpAgent"]) == ("0-2", "3", "0")
+    said = re.findall(r"^\| `(\w+)` \| (\d) \| (.+) \|$", (SOURCE / "docs/mplsted.md").read_text(), re.MULTILINE)
+    there = [row for row in said if row[0] in force]
+    assert len(there) >= 8 and found == set(there)
 
 
 @pytest.mark.parametrize("command, words", [

@@ -480,8 +480,28 @@ def test_trace_levels_are_set_while_it_runs(daemon, publisher):
     publisher.changed({"$replace": STATE})
     assert daemon.log()[before:] == ""
     assert publisher.refusal({"$trace": "RsvpSnmpSm=16"}).startswith("/$trace: ")
-    assert publisher.refusal({"$trace": "nobody=1"}).startswith("/$trace: nothing traces under that name, but ")
-    assert publisher.refusal({"$trace": None}) == "/$trace: expected HANDLE=LEVELS but found null"
+    assert publisher.refusal({"$trace": "RsvpSnmpSn=1"}) == \
+        '/$trace: nothing traces under that name, "RsvpSnmpSm" is probably meant'
+    assert publisher.refusal({"$trace": 3}) == "/$trace: expected HANDLE=LEVELS or null but found 3"
+
+
+def test_trace_handles_are_listed(publisher):
+    def traces():
+        return {trace.pop("handle"): trace for trace in publisher.ask({"$trace": None})["traces"]}
+
+    assert {"MplsSnmpAgent", "RsvpSnmpSm", "mplsTeStdMIB"} <= traces().keys()
+    assert traces()["mplsTeStdMIB"] == {"levels": "0", "exists": True}
+    publisher.ask({"$trace": "mplsTeStdMIB=0-1,8"})
+    assert traces()["mplsTeStdMIB"] == {"levels": "0-1,8", "exists": True}
+    publisher.ask({"$trace": "mplsTeStdMIB=0"})
+    publisher.ask({"$trace": "comes-later=3"})
+    assert traces()["comes-later"] == {"levels": "3", "exists": False}
+
+
+def test_no_more_than_so_many_handles_are_set_for_later(publisher):
+    refused = [i for i in range(110) if not publisher.ask({"$trace": f"another{i}-later=3"})["ok"]]
+    assert refused and refused[0] <= 100 and len(refused) >= 10
+    assert publisher.ask({"$trace": "another0-later=0"}) == {"ok": True}
 
 
 def test_other_requests_are_refused(publisher):

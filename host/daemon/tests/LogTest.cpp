@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "host/daemon/Ready.h"
@@ -124,6 +125,29 @@ TEST_F(LogTest, whatIsLessUrgentThanAskedForIsLeftOut) {
    EXPECT_EQ(all(), "error warning info ");
    log.outputIs(Daemon::LogOutput::standardError, Daemon::LogLevel::error);
    EXPECT_EQ(all(), "error ");
+}
+
+TEST(LevelsText, levelsAreWrittenAsTheyAreRead) {
+   for (char const* const text : {"none", "0", "9", "0-2,8", "0,2,4-9", "0-9"}) {
+      EXPECT_EQ(Daemon::levelsText(Trel::parseTraceLevels(text)), text);
+   }
+}
+
+TEST_F(LogTest, handlesAreListedAlsoThoseThatThereAreNotYet) {
+   Daemon::Log log;
+   Trel::Platform::getDebugHandler("LogTest.known");
+   log.traceLevelsIs("LogTest.later", 0b110);
+   auto const find = [&] {
+      auto const traces = log.traces();
+      EXPECT_TRUE(std::ranges::is_sorted(traces, {}, &Daemon::Log::Trace::handle));
+      EXPECT_EQ(std::ranges::find(traces, "LogTest.known", &Daemon::Log::Trace::handle)->levels, Trel::kErrorLevel);
+      return *std::ranges::find(traces, "LogTest.later", &Daemon::Log::Trace::handle);
+   };
+   EXPECT_FALSE(find().exists);
+   EXPECT_EQ(find().levels, 0b110U);
+   Trel::Platform::getDebugHandler("LogTest.later").write(2, "now it is there");
+   EXPECT_TRUE(find().exists);
+   EXPECT_THAT(written(), HasSubstr(" trace: LogTest.later 2: now it is there\n"));
 }
 
 TEST_F(LogTest, tracesCanBeTakenBack) {

@@ -44,6 +44,7 @@ TEST(Request, QuestionsAreKnownByTheirNames) {
    EXPECT_EQ(requestFrom("{\"$events\": 18446744073709551615}").text, "18446744073709551615");
    EXPECT_EQ(requestFrom("{\"$events\": -1}").kind, Kind::refused);
    EXPECT_EQ(requestFrom("{\"$events\": \"7\"}").kind, Kind::refused);
+   EXPECT_EQ(requestFrom("{\"$trace\": null}").kind, Kind::traces);
 }
 
 TEST(Request, OtherRequestsAreRefusedWithTheReason) {
@@ -51,7 +52,7 @@ TEST(Request, OtherRequestsAreRefusedWithTheReason) {
              "/$everything: there is no such request; there are $replace, $state, $status, $events and $trace");
    EXPECT_EQ(refusedRequest("{\"$State\": null}"), "/$State: there is no such request; \"$state\" is probably meant");
    EXPECT_EQ(refusedRequest("{\"$state\": {}}"), "/$state: expected null but found an object");
-   EXPECT_EQ(refusedRequest("{\"$trace\": 3}"), "/$trace: expected HANDLE=LEVELS but found 3");
+   EXPECT_EQ(refusedRequest("{\"$trace\": 3}"), "/$trace: expected HANDLE=LEVELS or null but found 3");
    EXPECT_EQ(refusedRequest("{\"$status\": null, \"pathSpec\": {}}"),
              "/$status/pathSpec: nothing else may stand beside $status");
    EXPECT_THAT(refusedRequest("{\"$status\": null"), StartsWith("column 17: "));

@@ -103,6 +103,7 @@ class ServerTest : public ::testing::Test {
                                        if (levels.empty()) throw std::invalid_argument("which?");
                                        traces.push_back(levels);
                                     },
+                              .traces = [] { return "[{\"handle\":\"x\"}]"; },
                               .done =
                                     [this](Peer const&, Store::ChangeQueue::Outcome const& outcome) {
                                        ++documents;
@@ -173,14 +174,15 @@ using Lines = std::vector<std::string>;
 TEST_F(ServerTest, EachLineIsAnsweredInOrder) {
    start();
    Client client(path);
-   EXPECT_EQ(
-         ask(client, patchOf("a") + patchOf("a") + "{\"$replace\":{}}\r\n\n \r\n{\"$status\":null}\n[\n" +
-                           "{\"$trace\":\"x=1\"}\n{\"$trace\":\"\"}\n{\"$other\":1}\n" + patchOf("b")),
-         (Lines{changedAnswer(1), changedAnswer(0), changedAnswer(1), statusAnswer("{\"pid\":1}"),
-                errorAnswer("/: expected an object but found an array"), doneAnswer(), errorAnswer("/$trace: which?"),
-                errorAnswer(
-                      "/$other: there is no such request; there are $replace, $state, $status, $events and $trace"),
-                changedAnswer(1)}));
+   EXPECT_EQ(ask(client, patchOf("a") + patchOf("a") + "{\"$replace\":{}}\r\n\n \r\n{\"$status\":null}\n[\n" +
+                               "{\"$trace\":\"x=1\"}\n{\"$trace\":\"\"}\n{\"$trace\":null}\n{\"$other\":1}\n" +
+                               patchOf("b")),
+             (Lines{changedAnswer(1), changedAnswer(0), changedAnswer(1), statusAnswer("{\"pid\":1}"),
+                    errorAnswer("/: expected an object but found an array"), doneAnswer(),
+                    errorAnswer("/$trace: which?"), tracesAnswer("[{\"handle\":\"x\"}]"),
+                    errorAnswer(
+                          "/$other: there is no such request; there are $replace, $state, $status, $events and $trace"),
+                    changedAnswer(1)}));
    EXPECT_EQ(traces, Lines{"x=1"});
    EXPECT_EQ(documents, 5);
    EXPECT_EQ(pathSpecs(), 1U);

@@ -71,6 +71,9 @@ void checkRequest(std::string const& line) {
          } catch (std::invalid_argument const&) {
          }
          break;
+      case Request::Kind::traces:
+         check(isOnly("$trace") && json["$trace"].is_null(), "this asks for the traces", line);
+         break;
       case Request::Kind::refused:
          check(!request.text.empty() && request.text.find('\n') == std::string::npos, "a reason is one line",
                request.text);

@@ -6,6 +6,7 @@ import os
 import subprocess
 
 import pytest
+from support.mplsted import HEAD_END, Mplsted
 
 SCRIPT = r"""
 source "$1/share/bash-completion/completions/$2"
@@ -58,6 +59,44 @@ def test_files_are_offered_where_a_file_is_wanted(prefix, tmp_path):
                   ["publish", "--replace"]):
         assert offered(prefix, "mplste", *words, "o", folder=tmp_path) == ["other.json"], words
     assert offered(prefix, "mplste", "publish", "--re", folder=tmp_path) == ["--replace"]
+
+
+@pytest.fixture(scope="module")
+def daemon(tmp_path_factory):
+    folder = tmp_path_factory.mktemp("mplsted")
+    text = HEAD_END.read_text(encoding="utf-8").replace("cli:to-vienna", "cli:to $(touch run) vienna")
+    with Mplsted(folder, "--publish", folder / "publish.sock", state=text) as daemon:
+        daemon.ready()
+        daemon.socket = folder / "publish.sock"
+        yield daemon
+
+
+def test_tunnels_are_offered_by_their_names(prefix, daemon, monkeypatch, tmp_path):
+    monkeypatch.setenv("MPLSTE_AGENT", daemon.address)
+    names = offered(prefix, "mplste", "show", "tunnel", "to-p", folder=tmp_path)
+    assert "to-paris" in names and all(name.startswith("to-p") for name in names)
+    assert offered(prefix, "mplste", "show", "tunnel", "--agent", "udp:127.0.0.1:1", "to-p") == []
+    assert offered(prefix, "mplste", "show", "tunnel", "--js") == ["--json"]
+
+
+def test_a_name_is_neither_run_nor_cut(prefix, daemon, monkeypatch, tmp_path):
+    monkeypatch.setenv("MPLSTE_AGENT", daemon.address)
+    assert offered(prefix, "mplste", "show", "tunnel", "to ", folder=tmp_path) == \
+        ["\\$\\(touch\\", "run\\)\\", "to\\", "vienna"]
+    assert list(tmp_path.iterdir()) == []
+
+
+def test_trace_handles_are_offered(prefix, daemon, monkeypatch):
+    monkeypatch.setenv("MPLSTE_SOCKET", str(daemon.socket))
+    assert offered(prefix, "mplste", "trace", "MplsSnmpA") == ["MplsSnmpAgent="]
+    assert "mplsTeStdMIB=" in offered(prefix, "mplste", "trace", "")
+
+
+def test_where_nobody_answers_nothing_is_offered(prefix, monkeypatch, tmp_path):
+    monkeypatch.setenv("MPLSTE_AGENT", f"unix:{tmp_path}/nobody")
+    monkeypatch.setenv("MPLSTE_SOCKET", f"{tmp_path}/nobody")
+    assert offered(prefix, "mplste", "show", "tunnel", "") == []
+    assert offered(prefix, "mplste", "trace", "") == []
 
 
 def test_each_program_has_its_file(prefix):

@@ -24,7 +24,7 @@ int fail(std::string message, Tools::ExitCode code) {
 
 int main(int argc, char** argv) {
    CLI::App app("Shows the MPLS traffic-engineering tunnels that an SNMP agent serves (MPLS-TE-STD-MIB)", "mplste");
-   app.set_version_flag("--version", "mplste " MPLSTE_VERSION);
+   app.set_version_flag("--version", "mplste " MPLSTE_VERSION "\nbuilt with " MPLSTE_BUILT_WITH);
    app.require_subcommand(1);
    app.option_defaults()->take_last();
    app.failure_message([](CLI::App const*, CLI::Error const&) { return std::string(); });

@@ -106,7 +106,7 @@ std::optional<Options> parseOptions(std::span<char const* const> arguments) {
    std::optional<std::string> countersOwner;
 
    CLI::App app("Serves the MPLS traffic-engineering tunnels of a head end over SNMP (MPLS-TE-STD-MIB)", "mplsted");
-   app.set_version_flag("--version", "mplsted " MPLSTE_VERSION);
+   app.set_version_flag("--version", "mplsted " MPLSTE_VERSION "\nbuilt with " MPLSTE_BUILT_WITH);
    app.add_option("--state", options.state, "The published state, a JSON document; its changes are followed")
          ->type_name("FILE");
    auto const takePublishOptions = addPublishOptions(app, options.publish);

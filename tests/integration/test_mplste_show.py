@@ -250,7 +250,8 @@ def test_wrong_usage_is_told_in_one_line(mplste, arguments, reason):
 
 
 def test_help_and_version_are_on_stdout(mplste):
-    assert re.fullmatch(r"mplste \d+\.\d+\.\d+\n", output(mplste("--version")))
+    assert re.fullmatch(r"mplste \d+\.\d+\.\d+\nbuilt with net-snmp \d\S*, fmt \d\S*, CLI11 \d\S*, nlohmann-json \d\S* "
+                        r"by (GNU|Clang) \d\S* \(.+\)\n", output(mplste("--version")))
     assert "--agent ADDRESS=udp:127.0.0.1:11161 (Env:MPLSTE_AGENT)" in output(
         subprocess.run([MPLSTE, "show", "tunnels", "--help"], capture_output=True, encoding="utf-8",
                        env={key: value for key, value in os.environ.items() if not key.startswith("MPLSTE_")}))

@@ -109,8 +109,10 @@ def test_a_port_in_use_is_named_with_the_reason(mplsted, tmp_path):
     assert done.stderr == f"mplsted: cannot listen on {address}: Address already in use\n"
 
 
-@pytest.mark.parametrize("option, text", [("--version", r"mplsted \d+\.\d+\.\d+\n"),
-                                          ("--help", r"Serves [^\n]+\nUsage: .*")])
+@pytest.mark.parametrize("option, text", [
+    ("--version", r"mplsted \d+\.\d+\.\d+\nbuilt with net-snmp \d\S*, .*, spdlog \d\S* by .+\n"),
+    ("--help", r"Serves [^\n]+\nUsage: .*"),
+])
 def test_what_only_informs_ends_at_once(tmp_path, option, text):
     done = run(tmp_path, option)
     assert (done.returncode, done.stderr) == (0, "")

@@ -80,7 +80,8 @@ TEST(Options, theOwnerOfTheCountersIsGivenByNameOrNumber) {
 TEST(Options, versionAndHelpArePrintedAndNothingElseIsDone) {
    testing::internal::CaptureStdout();
    EXPECT_FALSE(parse({"--version"}));
-   EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::MatchesRegex("mplsted [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+   EXPECT_THAT(testing::internal::GetCapturedStdout(),
+               testing::MatchesRegex("mplsted [0-9]+\\.[0-9]+\\.[0-9]+\nbuilt with net-snmp [0-9].*\n"));
 
    testing::internal::CaptureStdout();
    EXPECT_FALSE(parse({"--help"}));

@@ -226,8 +226,8 @@ def test_an_address_that_leads_nowhere_is_named(mplste, address, reason):
 
 
 @pytest.mark.parametrize("arguments, reason", [
-    ([], "a command is missing; there are show, watch, counters, simulate, publish, state, status, trace, doctor: see "
-         "'mplste --help'"),
+    ([], "a command is missing; there are show, watch, counters, simulate, publish, state, status, events, trace, doctor: "
+         "see 'mplste --help'"),
     (["shwo", "tunnels"], "there is no command 'shwo', 'show' is probably meant: see 'mplste --help'"),
     (["show"], "a command is missing; there are tunnels, hops, perf, tunnel: see 'mplste show --help'"),
     (["show", "rows"], "there is no command 'rows'; there are tunnels, hops, perf, tunnel: see 'mplste show --help'"),

@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -73,6 +75,36 @@ bool lacksPassphrase(SnmpUtil::ConfigurationLine const& line) {
    return line.words.size() == user + 2;
 }
 
+/// The word behind the option, be it a word of its own or not; null when there is no such option.
+std::optional<std::string_view> optionOf(SnmpUtil::ConfigurationLine const& line, std::string_view option) {
+   for (auto word = line.words.begin() + 1; word != line.words.end(); ++word) {
+      if (!word->starts_with(option)) continue;
+      if (word->size() > option.size()) return std::string_view(*word).substr(option.size());
+      return word + 1 != line.words.end() ? *(word + 1) : std::string_view();
+   }
+   return {};
+}
+
+/// net-snmp asks the receiver of informs of SNMPv3 for its engine while it reads the line, and waits for the answer: a
+/// receiver that is away would keep managers waiting, and the agent from starting.
+bool lacksEngine(SnmpUtil::ConfigurationLine const& line) {
+   if (!line.is("trapsess") || optionOf(line, "-e")) return false;
+   auto const version = optionOf(line, "-v");
+   bool const isV3 = version ? *version == "3" : optionOf(line, "-u").has_value();
+   return isV3 && optionOf(line, "-C").value_or("").find('i') != std::string_view::npos;
+}
+
+struct LineCheck {
+   bool (*isWrong)(SnmpUtil::ConfigurationLine const&);
+   std::string_view complaint;
+};
+
+/// What net-snmp itself does not refuse in good time.
+constexpr LineCheck kLineChecks[] = {
+      {&lacksPassphrase, "createUser wants a passphrase behind the authentication protocol"},
+      {&lacksEngine, "trapsess wants the engine of a receiver of SNMPv3 informs, as -e 0x..."},
+};
+
 void check(fs::path const& file) {
    std::ifstream text(file);
    if (!text) {
@@ -80,10 +112,10 @@ void check(fs::path const& file) {
             fmt::format("cannot read the configuration {}: {}", file.string(), std::generic_category().message(errno)));
    }
    SnmpUtil::forEachLine(text, file, [](SnmpUtil::ConfigurationLine const& line) {
-      if (!lacksPassphrase(line)) return;
-      throw ConfigurationError(
-            fmt::format("{}: line {}: Error: createUser wants a passphrase behind the authentication protocol",
-                        line.file.string(), line.number));
+      for (auto const& [isWrong, complaint] : kLineChecks) {
+         if (!isWrong(line)) continue;
+         throw ConfigurationError(fmt::format("{}: line {}: Error: {}", line.file.string(), line.number, complaint));
+      }
    });
    if (text.bad()) throw ConfigurationError(fmt::format("cannot read the configuration {}", file.string()));
 }

@@ -131,6 +131,12 @@ def test_what_only_informs_ends_at_once(tmp_path, option, text):
     ("CREATEUSER operator SHA\n", "line 1: Error: createUser wants a passphrase behind the authentication protocol"),
     ('createUser -e 0x80001f88 "the operator" "SHA-256"\n',
      "line 1: Error: createUser wants a passphrase behind the authentication protocol"),
+    ("trapsess -Ci -v 3 -u watcher 127.0.0.1\n",
+     "line 1: Error: trapsess wants the engine of a receiver of SNMPv3 informs, as -e 0x..."),
+    ("rocommunity public\nTrapSess -v3 -u watcher -C i 127.0.0.1\n",
+     "line 2: Error: trapsess wants the engine of a receiver of SNMPv3 informs, as -e 0x..."),
+    ("trapsess -Ci -u watcher 127.0.0.1\n",
+     "line 1: Error: trapsess wants the engine of a receiver of SNMPv3 informs, as -e 0x..."),
     ("agentaddress udp:127.0.0.1:0\n", "it lets nobody in; add a line such as: rocommunity public 127.0.0.1"),
 ])
 def test_a_bad_configuration_is_refused_with_the_place(tmp_path, lines, complaint):

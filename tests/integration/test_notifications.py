@@ -18,6 +18,7 @@ from support.state import STATE, SWITCH_OVER, merged
 from support.trapd import MIB, TRAP_OID, USER, V3, Trapd
 
 ENGINE = "0x80001f880300000000000001"
+RECEIVER = "0x80001f880300000000000002"
 PARIS = "to-paris 12.1.167772161.167772169"
 PARIS_SWITCHED = "to-paris 12.2.167772161.167772169"
 VIENNA = "to-vienna 18.3.167772161.167772177"
@@ -89,8 +90,8 @@ def test_what_the_example_switch_over_sends(agent, trapd):
 
 def receiver_line(version, kind, port):
     if version == "3":
-        confirm = "-Ci " if kind == "inform" else f"-e {ENGINE} "
-        return f"trapsess {confirm}{V3} 127.0.0.1:{port}"
+        confirm = f"-Ci -e {RECEIVER}" if kind == "inform" else f"-e {ENGINE}"
+        return f"trapsess {confirm} {V3} 127.0.0.1:{port}"
     return f"{'informsink' if kind == 'inform' else 'trap2sink'} 127.0.0.1:{port} public"
 
 
@@ -103,12 +104,19 @@ def receiver_line(version, kind, port):
 def test_every_kind_of_message_says_the_same(agent, tmp_path, version, kind, message):
     # Of an inform the receiver is the engine, of a trap the sender.
     engine = "" if kind == "inform" else f"-e {ENGINE} "
-    with Trapd(tmp_path, USER.format(engine=engine), name="receiver") as receiver:
+    with Trapd(tmp_path, f"exactEngineID {RECEIVER}", USER.format(engine=engine), name="receiver") as receiver:
         running = agent(receiver_line(version, kind, receiver.port))
         running.trapd = receiver
         running.publish(status("to-paris", up=False), status("to-paris", up=True), SWITCH_OVER)
         assert running.told() == [f"down {PARIS}", f"up {PARIS}", f"rerouted {PARIS_SWITCHED}"]
         assert {note.message for note in receiver.all()} == {message}
+
+
+def test_informs_without_an_engine_need_none_named(agent, trapd):
+    running = agent(f"trapsess -Ci -v 2c -c public 127.0.0.1:{trapd.port}")
+    running.publish(SWITCH_OVER)
+    assert running.told() == [f"rerouted {PARIS_SWITCHED}"]
+    assert {note.message for note in trapd.all()} == {"INFORM, SNMP v2c, community public"}
 
 
 def test_a_receiver_of_snmpv1_traps_gets_them_translated(agent, tmp_path):

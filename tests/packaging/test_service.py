@@ -126,7 +126,7 @@ def test_its_configuration_is_right(installed):
 
 
 def test_operators_are_told_that_all_is_well(installed):
-    assert f"SNMP         {ITSELF}\n" in installed.output("mplste", "status")
+    assert f"SNMP           {ITSELF}\n" in installed.output("mplste", "status")
     assert "BAD" not in installed.output("mplste", "doctor")
     assert "ready: " in journal(installed) and journal(installed, "--priority=warning") == ""
 
@@ -166,7 +166,7 @@ def test_counters_of_a_forwarding_process_are_served(machine):
     as_publisher(machine, "mplste", "publish", f"{EXAMPLES}/headend.json")
     machine.run("mplste", "counters", "set", "16:12", "77", "7700")
     await_true(lambda: get(machine, PACKETS) == "77", "the counters")
-    assert "counters     mplste-counters, attached" in machine.output("mplste", "status")
+    assert "counters       mplste-counters, attached" in machine.output("mplste", "status")
 
 
 def test_its_configuration_is_read_again(machine):
